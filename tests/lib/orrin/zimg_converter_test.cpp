@@ -1,0 +1,225 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <vector>
+
+#include "orrin/component_inventory.h"
+#include "orrin/picture_format.h"
+
+namespace Quorvane::Orrin {
+namespace {
+
+RObject<CVideoConverter> make_converter(uint32_t fourcc, long width, long height, long out_width,
+                                        long out_height, Result* prepared, long filter = -1) {
+  AddKestrelleComponentDependencies();
+  RObject<CVideoConverter> converter(
+      CComponentInventory<CComponentFactory<CVideoConverter>>::CreateInstance(kVideoConverterType));
+  RObject<CVideoProperties> in(new CVideoProperties(nullptr));
+  in->SetFormat(fourcc, kVideoStreamContext);
+  in->SetWidth(width, kVideoStreamContext);
+  in->SetHeight(height, kVideoStreamContext);
+  in->SetProperty(kPropertyTargetHeight, out_height);  // read from the input properties
+  converter->SetProperty(kPropertyTargetWidth, out_width);
+  if (filter >= 0) converter->SetProperty(kPropertyFilter, filter);
+  converter->SetInputProperties(in.Get());
+  *prepared = converter->Prepare();
+  return converter;
+}
+
+// A picture as picture_format.h lays it out; value(plane, x, y) gives each sample.
+template <class Fn>
+RObject<CVideoSample> make_picture(uint32_t fourcc, long width, long height, long stride, Fn value) {
+  const PictureLayout layout = *DescribePictureFormat(fourcc);
+  const std::size_t bytes = static_cast<std::size_t>(stride) * height * 3;
+  RObject<CByteArray> block(new CByteArray(bytes));
+  std::memset(block->GetData(), 0, bytes);
+  uint8_t* plane = block->GetData();
+  for (int p = 0; p < 3; ++p) {
+    const long w = p == 0 ? width : width >> layout.chroma_shift_x;
+    const long h = p == 0 ? height : height >> layout.chroma_shift_y;
+    const long s = p == 0 ? stride : stride >> layout.chroma_shift_x;
+    for (long y = 0; y < h; ++y) {
+      for (long x = 0; x < w; ++x) {
+        const unsigned v = value(p, x, y);
+        if (layout.bytes_per_sample == 1) {
+          plane[y * s + x] = static_cast<uint8_t>(v);
+        } else {
+          const uint16_t v16 = static_cast<uint16_t>(v);
+          std::memcpy(plane + y * s + 2 * x, &v16, 2);
+        }
+      }
+    }
+    plane += s * h;
+  }
+  RObject<CVideoSample> sample(new CVideoSample(40, 1000, 40));
+  sample->SetDataReference(new CPixelBufferDataReference(block.Get(), width, height, stride));
+  return sample;
+}
+
+RObject<CVideoSample> convert_one(CVideoConverter& converter, CVideoSample* in) {
+  EXPECT_EQ(converter.PutSample(in).GetResultCode(), kResultOk);
+  RObject<CVideoSample> out;
+  EXPECT_EQ(converter.GetSample(out).GetResultCode(), kResultOk);
+  RObject<CVideoSample> none;
+  EXPECT_EQ(converter.GetSample(none).GetResultCode(), kResultNoSample);
+  EXPECT_FALSE(none);
+  return out;
+}
+
+TEST(OrrinZimgConverter, EveryFormatKeepsEachPlaneConstantAtItsPlace) {
+  struct size { long w, h; };
+  for (uint32_t fourcc : {kFourccI420, kFourccI422, kFourccI444, kFourccI2AL}) {
+    const PictureLayout layout = *DescribePictureFormat(fourcc);
+    const unsigned level[3] = {layout.bytes_per_sample == 1 ? 50u : 12000u,
+                               layout.bytes_per_sample == 1 ? 100u : 30000u,
+                               layout.bytes_per_sample == 1 ? 200u : 60000u};
+    for (size out : {size{1280, 720}, size{352, 240}}) {
+      SCOPED_TRACE(testing::Message() << std::hex << fourcc << std::dec << " to " << out.w << "x" << out.h);
+      Result prepared;
+      auto converter = make_converter(fourcc, 720, 480, out.w, out.h, &prepared);
+      ASSERT_EQ(prepared.GetResultCode(), kResultOk);
+      const auto props = converter->GetOutputProperties();
+      ASSERT_TRUE(props);
+      EXPECT_EQ(props->GetFormat(), fourcc);
+      EXPECT_EQ(props->GetWidth(), out.w);
+      EXPECT_EQ(props->GetHeight(), out.h);
+
+      auto in = make_picture(fourcc, 720, 480, 720 * layout.bytes_per_sample,
+                             [&](int p, long, long) { return level[p]; });
+      auto result = convert_one(*converter, in.Get());
+      ASSERT_TRUE(result);
+      EXPECT_EQ(result->GetTime(), 40);
+      EXPECT_EQ(result->GetTimeScale(), 1000);
+      const auto* picture = static_cast<CPixelBufferDataReference*>(result->GetDataReference());
+      EXPECT_EQ(picture->GetWidth(), out.w);
+      EXPECT_EQ(picture->GetHeight(), out.h);
+      const std::size_t stride = static_cast<std::size_t>(picture->GetStride());
+      EXPECT_GE(stride, out.w * layout.bytes_per_sample);
+      EXPECT_EQ(stride % (64u << layout.chroma_shift_x), 0u);
+
+      const auto lock = picture->GetLockedDataReference(kLockReadWrite);
+      const uint8_t* plane = lock.GetData();
+      std::size_t mismatches = 0;
+      for (int p = 0; p < 3; ++p) {
+        const std::size_t w = p == 0 ? out.w : out.w >> layout.chroma_shift_x;
+        const std::size_t h = p == 0 ? out.h : out.h >> layout.chroma_shift_y;
+        const std::size_t s = p == 0 ? stride : stride >> layout.chroma_shift_x;
+        ASSERT_LE(static_cast<std::size_t>(plane - lock.GetData()) + s * (h - 1) +
+                      w * layout.bytes_per_sample,
+                  lock.GetLength());
+        for (std::size_t y = 0; y < h; ++y) {
+          for (std::size_t x = 0; x < w; ++x) {
+            unsigned v = plane[y * s + x];
+            if (layout.bytes_per_sample == 2) {
+              uint16_t v16;
+              std::memcpy(&v16, plane + y * s + 2 * x, 2);
+              v = v16;
+            }
+            mismatches += v != level[p];
+          }
+        }
+        plane += s * h;
+      }
+      EXPECT_EQ(mismatches, 0u);
+    }
+  }
+}
+
+TEST(OrrinZimgConverter, PackedInputZimgCannotReadInPlaceGivesTheSameResult) {
+  // 720-byte luma rows put the chroma planes off zimg's 64-byte alignment.
+  Result prepared;
+  auto converter = make_converter(kFourccI420, 720, 576, 1024, 576, &prepared);
+  ASSERT_FALSE(prepared.Failed());
+  const auto ramp = [](int p, long x, long y) { return static_cast<unsigned>((x * 3 + y * 5 + p * 40) % 256); };
+  auto packed = convert_one(*converter, make_picture(kFourccI420, 720, 576, 720, ramp).Get());
+  auto aligned = convert_one(*converter, make_picture(kFourccI420, 720, 576, 768, ramp).Get());
+  const auto a = packed->GetDataReference()->GetLockedDataReference(kLockRead);
+  const auto b = aligned->GetDataReference()->GetLockedDataReference(kLockRead);
+  ASSERT_EQ(a.GetLength(), b.GetLength());
+  EXPECT_NE(a.GetData(), b.GetData());
+  EXPECT_EQ(std::memcmp(a.GetData(), b.GetData(), a.GetLength()), 0);
+}
+
+TEST(OrrinZimgConverter, RefusesBadSetupsAndPicturesTooShortToRead) {
+  Result prepared;
+  EXPECT_EQ((make_converter(0x59555932, 64, 64, 32, 32, &prepared), prepared.GetResultCode()),
+            kResultUnsupportedFormat);
+  EXPECT_EQ((make_converter(kFourccI420, 63, 64, 32, 32, &prepared), prepared.GetResultCode()),
+            kResultInvalidArgument);
+  EXPECT_EQ((make_converter(kFourccI420, 64, 64, 32, 31, &prepared), prepared.GetResultCode()),
+            kResultInvalidArgument);
+  EXPECT_EQ((make_converter(kFourccI422, 64, 64, 32, 0, &prepared), prepared.GetResultCode()),
+            kResultInvalidArgument);
+  auto bad_filter = make_converter(kFourccI444, 64, 64, 32, 32, &prepared, 99);
+  EXPECT_EQ(prepared.GetResultCode(), kResultInvalidArgument);
+  EXPECT_FALSE(bad_filter->GetOutputProperties());
+  auto sample = make_picture(kFourccI444, 64, 64, 64, [](int, long, long) { return 1u; });
+  EXPECT_EQ(bad_filter->PutSample(sample.Get()).GetResultCode(), kResultNotPrepared);
+
+  auto converter = make_converter(kFourccI420, 64, 64, 32, 32, &prepared);
+  ASSERT_FALSE(prepared.Failed());
+  // One byte short of the V plane's last row: refused without reading past it.
+  std::vector<uint8_t> bytes(64 * 64 * 3 / 2 - 1, 0);
+  RObject<CVideoSample> short_picture(new CVideoSample(0, 1000, 0));
+  short_picture->SetDataReference(
+      new CPixelBufferDataReference(new CByteArray(bytes.data(), bytes.size()), 64, 64, 64));
+  EXPECT_EQ(converter->PutSample(short_picture.Get()).GetResultCode(), kResultInvalidArgument);
+  RObject<CVideoSample> narrow_stride(new CVideoSample(0, 1000, 0));
+  narrow_stride->SetDataReference(
+      new CPixelBufferDataReference(new CByteArray(bytes.data(), bytes.size()), 64, 64, 32));
+  EXPECT_EQ(converter->PutSample(narrow_stride.Get()).GetResultCode(), kResultInvalidArgument);
+  RObject<CVideoSample> empty(new CVideoSample(0, 1000, 0));
+  EXPECT_EQ(converter->PutSample(empty.Get()).GetResultCode(), kResultInvalidArgument);
+  EXPECT_EQ(converter->PutSample(nullptr).GetResultCode(), kResultInvalidArgument);
+  RObject<CVideoSample> out;
+  EXPECT_EQ(converter->GetSample(out).GetResultCode(), kResultNoSample);
+
+  // New input properties need a new Prepare.
+  RObject<CVideoProperties> in(new CVideoProperties(nullptr));
+  converter->SetInputProperties(in.Get());
+  EXPECT_FALSE(converter->GetOutputProperties());
+  EXPECT_EQ(converter->PutSample(sample.Get()).GetResultCode(), kResultNotPrepared);
+}
+
+TEST(OrrinZimgConverter, OutputHeldByTheCallerIsNeverOverwritten) {
+  Result prepared;
+  auto converter = make_converter(kFourccI420, 64, 64, 128, 128, &prepared);
+  ASSERT_FALSE(prepared.Failed());
+  const auto flat = [](unsigned level) {
+    return [level](int, long, long) { return level; };
+  };
+  auto first = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(10)).Get());
+  const uint8_t* first_data = first->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  auto second = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(20)).Get());
+  const uint8_t* second_data = second->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  EXPECT_NE(first_data, second_data);
+  EXPECT_EQ(first_data[0], 10);
+  EXPECT_EQ(second_data[0], 20);
+
+  // Once released, a block is used again rather than allocated anew.
+  first.Reset();
+  second.Reset();
+  auto third = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(30)).Get());
+  const uint8_t* third_data = third->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  EXPECT_EQ(third_data, second_data);
+  EXPECT_EQ(third_data[0], 30);
+}
+
+TEST(OrrinZimgConverter, FilterPropertySelectsPointSampling) {
+  const auto ramp = [](int, long x, long) { return static_cast<unsigned>(x * 4); };
+  for (long filter : {long{kVrcFilterPoint}, long{kVrcFilterBicubic}}) {
+    Result prepared;
+    auto converter = make_converter(kFourccI444, 64, 8, 192, 8, &prepared, filter);
+    ASSERT_FALSE(prepared.Failed());
+    auto out = convert_one(*converter, make_picture(kFourccI444, 64, 8, 64, ramp).Get());
+    const uint8_t* row = out->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+    std::set<unsigned> values(row, row + 192);
+    const bool all_from_input = std::all_of(values.begin(), values.end(), [](unsigned v) { return v % 4 == 0; });
+    EXPECT_EQ(all_from_input, filter == kVrcFilterPoint) << "filter " << filter;
+  }
+}
+
+}  // namespace
+}  // namespace Quorvane::Orrin
