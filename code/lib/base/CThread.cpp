@@ -1,0 +1,7 @@
+#include "base/CThread.h"
+
+namespace KX {
+
+CExceptionHandlerP::~CExceptionHandlerP() = default;
+
+}  // namespace KX
