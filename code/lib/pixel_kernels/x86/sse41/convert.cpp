@@ -1,0 +1,5 @@
+// Conversions compiled for SSE4.1: zero-extending moves widen, PACKUSDW and PMULLD narrow and multiply.
+#include "pixel_kernels/dispatch/tables.h"
+#include "pixel_kernels/x86/convert_impl.h"
+
+PK_DEFINE_CONVERT(sse41)
