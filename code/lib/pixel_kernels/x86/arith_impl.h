@@ -12,31 +12,39 @@
 namespace ns_pixel_kernels {
 namespace {
 
-constexpr int arith_unroll = 4;
-
+// One vector per block (run_row unrolls); one() is the same operation on one lane.
 template <class V>
 struct add_block {
-  static constexpr int n = arith_unroll * V::lanes;
-  void operator()(float* d, const float* a, const float* b) const {
-    for (int k = 0; k < n; k += V::lanes) V::store(d + k, V::add(V::load(a + k), V::load(b + k)));
+  static constexpr int n = V::lanes;
+  template <class W>
+  static void step(float* d, const float* a, const float* b) {
+    W::store(d, W::add(W::load(a), W::load(b)));
   }
+  void operator()(float* d, const float* a, const float* b) const { step<V>(d, a, b); }
+  void one(float* d, const float* a, const float* b) const { step<f32x1>(d, a, b); }
 };
 
 template <class V>
 struct multiply_block {
-  static constexpr int n = arith_unroll * V::lanes;
-  void operator()(float* d, const float* a, const float* b) const {
-    for (int k = 0; k < n; k += V::lanes) V::store(d + k, V::mul(V::load(a + k), V::load(b + k)));
+  static constexpr int n = V::lanes;
+  template <class W>
+  static void step(float* d, const float* a, const float* b) {
+    W::store(d, W::mul(W::load(a), W::load(b)));
   }
+  void operator()(float* d, const float* a, const float* b) const { step<V>(d, a, b); }
+  void one(float* d, const float* a, const float* b) const { step<f32x1>(d, a, b); }
 };
 
 template <class V>
 struct scale_block {
-  static constexpr int n = arith_unroll * V::lanes;
-  typename V::reg value;
-  void operator()(float* d, const float* s) const {
-    for (int k = 0; k < n; k += V::lanes) V::store(d + k, V::mul(V::load(s + k), value));
+  static constexpr int n = V::lanes;
+  float value;
+  template <class W>
+  void step(float* d, const float* s) const {
+    W::store(d, W::mul(W::load(s), W::set1(value)));
   }
+  void operator()(float* d, const float* s) const { step<V>(d, s); }
+  void one(float* d, const float* s) const { step<f32x1>(d, s); }
 };
 
 // Destination alignment of the whole blocks: one vector.
@@ -69,7 +77,7 @@ pixel_status multiply_by_constant_f32_impl(const float* src, float value, float*
   } else if (value == 0.0f) {
     zero_fill(dst, bytes);  // +0.0 even for infinite or NaN sources
   } else {
-    run_row<vector_bytes<V>>(scale_block<V>{V::set1(value)}, dst, len, src);
+    run_row<vector_bytes<V>>(scale_block<V>{value}, dst, len, src);
   }
   return status_ok;
 }

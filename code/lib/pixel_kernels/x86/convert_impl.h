@@ -79,6 +79,7 @@ struct u8_to_f32_block {
     }
 #endif
   }
+  void one(float* d, const uint8_t* s) const { *d = static_cast<float>(*s); }  // exact
 };
 
 struct u16_to_f32_block {
@@ -99,6 +100,7 @@ struct u16_to_f32_block {
 #endif
     }
   }
+  void one(float* d, const uint16_t* s) const { *d = static_cast<float>(*s); }  // exact
 };
 
 // Four vectors of int32 -> 16 bytes. Mode 2 arrives as trunc(2v) <= 510 and is
@@ -137,6 +139,12 @@ struct f32_to_u8_block {
   __m256i convert8(const float* s) const { return clamp_convert<Mode, Scaled, f32x8>(s, multiplier); }
 #endif
   __m128i convert4(const float* s) const { return clamp_convert<Mode, Scaled, f32x4>(s, multiplier); }
+
+  void one(uint8_t* d, const float* s) const {
+    int32_t t = _mm_cvtsi128_si32(clamp_convert<Mode, Scaled, f32x1>(s, multiplier));
+    if constexpr (Mode == 2) t = (t + 1) >> 1;
+    *d = static_cast<uint8_t>(t);
+  }
 
   void operator()(uint8_t* d, const float* s) const {
 #if defined(__AVX2__)

@@ -8,6 +8,23 @@
 namespace ns_pixel_kernels {
 namespace {
 
+// One lane of f32x4: the scalar forms of the same instructions, for the elements
+// before and after the whole vectors of a row.
+struct f32x1 {
+  using reg = __m128;
+  static constexpr int lanes = 1;
+  static reg load(const float* p) { return _mm_load_ss(p); }
+  static void store(float* p, reg v) { _mm_store_ss(p, v); }
+  static reg set1(float v) { return _mm_set1_ps(v); }
+  static reg add(reg a, reg b) { return _mm_add_ss(a, b); }
+  static reg mul(reg a, reg b) { return _mm_mul_ss(a, b); }
+  static reg min(reg a, reg b) { return _mm_min_ss(a, b); }
+  static reg max(reg a, reg b) { return _mm_max_ss(a, b); }
+  using ireg = __m128i;
+  static ireg cvt(reg v) { return _mm_cvtps_epi32(v); }
+  static ireg cvtt(reg v) { return _mm_cvttps_epi32(v); }
+};
+
 struct f32x4 {
   using reg = __m128;
   static constexpr int lanes = 4;

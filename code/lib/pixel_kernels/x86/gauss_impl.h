@@ -1,8 +1,7 @@
 #pragma once
-// Gaussian filters on integer vectors (i128, and i256 on AVX2). Each block computes
-// a run of output samples straight from the source rows, so no row buffer is
-// allocated. A row is covered by whole blocks, the last one overlapping its
-// neighbour; rows narrower than a block fall to narrower vectors, then to samples.
+// Gaussian filters on integer vectors (i128, and i256 on AVX2), computed straight
+// from the source rows in vertical strips of one vector's width: no row buffer is
+// allocated, so these never fail for memory.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,62 +13,76 @@
 namespace ns_pixel_kernels {
 namespace {
 
-// 8-bit 3x3: row sums (<= 4 * 255) and S (<= 16 * 255) fit 16-bit lanes.
-struct gauss3_u8 {
-  using sample = uint8_t;
-
-  template <class V>
-  static typename V::reg round(typename V::reg h0, typename V::reg h1, typename V::reg h2) {
-    const auto s = V::add16(V::add16(h0, h2), V::template shl16<1>(h1));
-    const auto odd = V::and_(V::template shr16<4>(s), V::set16(1));
-    return V::template shr16<4>(V::add16(V::add16(s, V::set16(7)), odd));
-  }
-
-  template <class V>
-  static void block(const unsigned char* s, ptrdiff_t step, unsigned char* d) {
-    typename V::reg lo[3], hi[3];
-    for (int r = 0; r < 3; ++r) {
-      const unsigned char* p = s + (r - 1) * step;
-      const auto a = V::load(p - 1), b = V::load(p), c = V::load(p + 1);
-      lo[r] = V::add16(V::add16(V::lo8(a), V::lo8(c)), V::template shl16<1>(V::lo8(b)));
-      hi[r] = V::add16(V::add16(V::hi8(a), V::hi8(c)), V::template shl16<1>(V::hi8(b)));
-    }
-    V::store(d, V::pack16(round<V>(lo[0], lo[1], lo[2]), round<V>(hi[0], hi[1], hi[2])));
-  }
-
-  static void scalar(const unsigned char* s, ptrdiff_t step, unsigned char* d) {
-    *d = gauss3_at<uint8_t>(s, step);
-  }
+// Lane arithmetic of the 3x3 filter per sample type: 8-bit samples in 16-bit lanes
+// (row sums <= 4 * 255, S <= 16 * 255), 16-bit samples in 32-bit lanes.
+struct lanes_u8 {
+  template <class V> static typename V::reg lo(typename V::reg a) { return V::lo8(a); }
+  template <class V> static typename V::reg hi(typename V::reg a) { return V::hi8(a); }
+  template <class V> static typename V::reg add(typename V::reg a, typename V::reg b) { return V::add16(a, b); }
+  template <class V> static typename V::reg twice(typename V::reg a) { return V::template shl16<1>(a); }
+  template <class V> static typename V::reg div16(typename V::reg a) { return V::template shr16<4>(a); }
+  template <class V> static typename V::reg set(int v) { return V::set16(v); }
+  template <class V> static typename V::reg pack(typename V::reg a, typename V::reg b) { return V::pack16(a, b); }
+};
+struct lanes_u16 {
+  template <class V> static typename V::reg lo(typename V::reg a) { return V::lo16(a); }
+  template <class V> static typename V::reg hi(typename V::reg a) { return V::hi16(a); }
+  template <class V> static typename V::reg add(typename V::reg a, typename V::reg b) { return V::add32(a, b); }
+  template <class V> static typename V::reg twice(typename V::reg a) { return V::template shl32<1>(a); }
+  template <class V> static typename V::reg div16(typename V::reg a) { return V::template shr32<4>(a); }
+  template <class V> static typename V::reg set(int v) { return V::set32(v); }
+  template <class V> static typename V::reg pack(typename V::reg a, typename V::reg b) { return V::pack32(a, b); }
 };
 
-// 16-bit 3x3 in 32-bit lanes (S <= 16 * 65535).
-struct gauss3_u16 {
-  using sample = uint16_t;
+// 3x3 over a strip of one vector's width, top to bottom: each source row's
+// (1, 2, 1) sums are computed once and kept for the two output rows below it.
+template <class T, class L>
+struct gauss3 {
+  using sample = T;
 
   template <class V>
+  struct row_sums {
+    typename V::reg lo, hi;
+  };
+
+  template <class V>
+  static row_sums<V> horizontal(const unsigned char* p) {
+    constexpr ptrdiff_t n = sizeof(T);
+    const auto a = V::load(p - n), b = V::load(p), c = V::load(p + n);
+    return {L::template add<V>(L::template add<V>(L::template lo<V>(a), L::template lo<V>(c)),
+                               L::template twice<V>(L::template lo<V>(b))),
+            L::template add<V>(L::template add<V>(L::template hi<V>(a), L::template hi<V>(c)),
+                               L::template twice<V>(L::template hi<V>(b)))};
+  }
+
+  // (S + 7 + ((S >> 4) & 1)) >> 4: S / 16 with ties to even.
+  template <class V>
   static typename V::reg round(typename V::reg h0, typename V::reg h1, typename V::reg h2) {
-    const auto s = V::add32(V::add32(h0, h2), V::template shl32<1>(h1));
-    const auto odd = V::and_(V::template shr32<4>(s), V::set32(1));
-    return V::template shr32<4>(V::add32(V::add32(s, V::set32(7)), odd));
+    const auto s = L::template add<V>(L::template add<V>(h0, h2), L::template twice<V>(h1));
+    const auto odd = V::and_(L::template div16<V>(s), L::template set<V>(1));
+    return L::template div16<V>(L::template add<V>(L::template add<V>(s, L::template set<V>(7)), odd));
   }
 
   template <class V>
-  static void block(const unsigned char* s, ptrdiff_t step, unsigned char* d) {
-    typename V::reg lo[3], hi[3];
-    for (int r = 0; r < 3; ++r) {
-      const unsigned char* p = s + (r - 1) * step;
-      const auto a = V::load(p - 2), b = V::load(p), c = V::load(p + 2);
-      lo[r] = V::add32(V::add32(V::lo16(a), V::lo16(c)), V::template shl32<1>(V::lo16(b)));
-      hi[r] = V::add32(V::add32(V::hi16(a), V::hi16(c)), V::template shl32<1>(V::hi16(b)));
+  static void strip(const unsigned char* s, ptrdiff_t src_step, unsigned char* d, ptrdiff_t dst_step,
+                    int32_t height) {
+    row_sums<V> above = horizontal<V>(s - src_step), mid = horizontal<V>(s);
+    for (int32_t y = 0; y < height; ++y) {
+      const row_sums<V> below = horizontal<V>(s + (y + 1) * src_step);
+      V::store(d + y * dst_step, L::template pack<V>(round<V>(above.lo, mid.lo, below.lo),
+                                                     round<V>(above.hi, mid.hi, below.hi)));
+      above = mid;
+      mid = below;
     }
-    V::store(d, V::pack32(round<V>(lo[0], lo[1], lo[2]), round<V>(hi[0], hi[1], hi[2])));
   }
 
   static void scalar(const unsigned char* s, ptrdiff_t step, unsigned char* d) {
-    const uint16_t v = gauss3_at<uint16_t>(s, step);
+    const T v = gauss3_at<T>(s, step);
     __builtin_memcpy(d, &v, sizeof v);
   }
 };
+using gauss3_u8 = gauss3<uint8_t, lanes_u8>;
+using gauss3_u16 = gauss3<uint16_t, lanes_u16>;
 
 // Profile weights of source row offset r (-2..2).
 inline const uint32_t (&gauss5_row_weights(int r))[3] {
@@ -149,37 +162,56 @@ struct gauss5_u16 {
   }
 };
 
+// The 5x5 blocks share nothing between rows: a strip is its blocks top to bottom.
+template <class K5>
+struct gauss5_strips : K5 {
+  template <class V>
+  static void strip(const unsigned char* s, ptrdiff_t src_step, unsigned char* d, ptrdiff_t dst_step,
+                    int32_t height) {
+    for (int32_t y = 0; y < height; ++y) K5::template block<V>(s + y * src_step, src_step, d + y * dst_step);
+  }
+};
+
+// No vector fits: sample by sample.
 template <class K>
-inline void filter_row(const unsigned char* s, ptrdiff_t step, unsigned char* d, int32_t width) {
+inline void filter_region(const unsigned char* s, ptrdiff_t src_step, unsigned char* d, ptrdiff_t dst_step,
+                          pixel_size roi) {
   constexpr ptrdiff_t size = sizeof(typename K::sample);
-  for (int32_t x = 0; x < width; ++x) K::scalar(s + x * size, step, d + x * size);
+  for (int32_t y = 0; y < roi.height; ++y)
+    for (int32_t x = 0; x < roi.width; ++x) K::scalar(s + y * src_step + x * size, src_step, d + y * dst_step + x * size);
 }
 
+// Strips of V's width cover the region, the last one overlapping its neighbour
+// when the width is not a multiple; a region narrower than V takes the next
+// narrower vector.
 template <class K, class V, class... Narrower>
-inline void filter_row(const unsigned char* s, ptrdiff_t step, unsigned char* d, int32_t width) {
+inline void filter_region(const unsigned char* s, ptrdiff_t src_step, unsigned char* d, ptrdiff_t dst_step,
+                          pixel_size roi) {
   constexpr ptrdiff_t size = sizeof(typename K::sample);
   constexpr int32_t n = V::bytes / size;
-  if (width < n) {
-    filter_row<K, Narrower...>(s, step, d, width);
+  if (roi.width < n) {
+    filter_region<K, Narrower...>(s, src_step, d, dst_step, roi);
     return;
   }
-  for (int32_t x = 0; x + n < width; x += n) K::template block<V>(s + x * size, step, d + x * size);
-  // The last block ends at the region's edge, overlapping the one before it.
-  K::template block<V>(s + (width - n) * size, step, d + (width - n) * size);
+  for (int32_t x = 0; x + n < roi.width; x += n)
+    K::template strip<V>(s + x * size, src_step, d + x * size, dst_step, roi.height);
+  const ptrdiff_t last = (roi.width - n) * size;
+  K::template strip<V>(s + last, src_step, d + last, dst_step, roi.height);
 }
 
 template <class K3, class K5, class... Vs, class T>
 inline pixel_status gauss_filter_impl(const T* src, int32_t src_step, T* dst, int32_t dst_step,
                                       pixel_size roi, int32_t mask) {
   if (pixel_status s = check_gauss_args(src, src_step, dst, dst_step, roi, mask)) return s;
-  for (int32_t y = 0; y < roi.height; ++y) {
-    const unsigned char* s = sample_addr(src, src_step, y, 0);
-    unsigned char* d = sample_addr(dst, dst_step, y, 0);
-    if (mask == mask_3x3) {
-      filter_row<K3, Vs...>(s, src_step, d, roi.width);
-    } else {
-      filter_row<K5, Vs...>(s, src_step, d, roi.width);
-    }
+  const unsigned char* s = sample_addr(src, src_step, 0, 0);
+  unsigned char* d = sample_addr(dst, dst_step, 0, 0);
+  if (mask == mask_3x3) {
+    filter_region<K3, Vs...>(s, src_step, d, dst_step, roi);
+  } else {
+    // Row by row: the five source rows of an output row stay in L1 across it.
+    for (int32_t y = 0; y < roi.height; ++y)
+      filter_region<gauss5_strips<K5>, Vs...>(s + y * src_step, src_step, d + y * dst_step, dst_step,
+                                              pixel_size{roi.width, 1});
   }
   return status_ok;
 }
