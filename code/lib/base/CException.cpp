@@ -4,6 +4,7 @@
 
 #include <cstdarg>
 #include <cstdlib>
+#include <cstring>
 #include <typeinfo>
 
 namespace KX {
@@ -18,7 +19,9 @@ struct CException::Record {
 
 namespace {
 
-CString text(const char* s) { return CString::createWithCString(s != nullptr ? s : "", kCopy); }
+CString text(const char* s) {
+  return s != nullptr ? CString(static_cast<int>(std::strlen(s)), s, kCopy) : CString();
+}
 
 // The demangled type of the exception being handled.
 CString currentTypeName() {

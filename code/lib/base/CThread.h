@@ -42,6 +42,11 @@ public:
 
   // Attribute "name" names the thread for debuggers (the system keeps 15 bytes).
   void setAttribute(const std::string& key, const std::string& value) { attributes[key] = value; }
+  // The value, or "" when the key was never set.
+  std::string getAttribute(const std::string& key) const {
+    const auto it = attributes.find(key);
+    return it != attributes.end() ? it->second : std::string();
+  }
 
   // Starts the thread running threadrunloop(argument). Returns 0, EBUSY when a thread
   // was started and not yet joined, or pthread_create's error.
@@ -52,8 +57,6 @@ public:
     const int error = pthread_create(&handle, nullptr, &CThread::entry, this);
     if (error != 0) return error;
     state = kStarted;
-    const auto name = attributes.find("name");
-    if (name != attributes.end()) pthread_setname_np(handle, name->second.substr(0, 15).c_str());
     return 0;
   }
   // Waits for the thread. Returns 0, EINVAL when none was started, or
@@ -74,6 +77,9 @@ private:
 
   static void* entry(void* self) {
     auto* thread = static_cast<CThread*>(self);
+    // Named from inside, so the loop never sees the name still missing.
+    const std::string name = thread->getAttribute("name");
+    if (!name.empty()) pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
     try {
       thread->result = thread->threadrunloop(thread->context);
     } catch (abi::__forced_unwind&) {

@@ -1,0 +1,197 @@
+#include "base/RBuffer.h"
+#include "zm/ZMComponent.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+
+namespace {
+
+using namespace KX::ZM;
+using KX::RPtr;
+
+std::string messageOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const KX::CException& e) {
+    return e.what();
+  }
+  return "(no exception)";
+}
+
+TEST(RVideoFrame, DataIsCopiedOrTakenOverAndReplacedWithoutLeaks) {
+  const uint8_t picture[6] = {1, 2, 3, 4, 5, 6};
+  RPtr<RVideoFrame> copied = RVideoFrame::createWithData(makeFourCC("IYUV"), 6, picture, 7, KX::kCopy);
+  EXPECT_NE(copied->getData(), picture);
+  EXPECT_EQ(std::memcmp(copied->getData(), picture, 6), 0);
+  EXPECT_EQ(copied->getDataLength(), 6u);
+  EXPECT_EQ(copied->getDataFormat(), 0x49595556u);
+  EXPECT_EQ(copied->getFrameType(), 7u);
+  EXPECT_EQ(copied->type(), 0x76696465u);
+
+  // Flags 3: the frame owns the block and frees it (the leak checker watches).
+  auto* block = static_cast<uint8_t*>(std::malloc(4));
+  std::memcpy(block, "abcd", 4);
+  RPtr<RVideoFrame> taken = RVideoFrame::createWithData(makeFourCC("Y22P"), 4, block, 0, KX::kTakeOver);
+  EXPECT_EQ(taken->getData(), block);
+  // Replacing the data by part of itself, then by a new block, releases the old.
+  taken->setData(2, taken->getData() + 2, KX::kCopy);
+  EXPECT_EQ(std::memcmp(taken->getData(), "cd", 2), 0);
+  EXPECT_EQ(taken->getDataLength(), 2u);
+  auto* other = static_cast<uint8_t*>(std::malloc(3));
+  taken->setData(3, other, KX::kTakeOver);
+  EXPECT_EQ(taken->getData(), other);
+
+  RPtr<RVideoFrame> blank = RVideoFrame::createWithData(0, 5, nullptr, 0, KX::kCopy);
+  for (uint32_t i = 0; i < 5; ++i) EXPECT_EQ(blank->getData()[i], 0);
+  EXPECT_THROW(blank->setData(1, picture, static_cast<KX::ConstructionFlags>(0)), KX::CException);
+
+  // Times and time code are plain fields.
+  ulbase::timecode tc = ulbase::timecode::from_frame_index(ulbase::timecode::mode_25, 90);
+  blank->setTimecode(tc);
+  blank->setPlayTime(KX::CTimeStamp::createWithSeconds(3.6));
+  blank->setDuration(KX::CTimeStamp::createWithMilliSeconds(40));
+  EXPECT_EQ(blank->getTimecode(), tc);
+  EXPECT_EQ(blank->getPlayTime().getMilliSeconds(), 3600);
+  EXPECT_EQ(blank->getDuration().getSecondsAsDouble(), 0.04);
+}
+
+TEST(RFrame, ParametersAreCountedByNameAndKeptInOrder) {
+  RPtr<RVideoFrame> f = RVideoFrame::createWithData(0, 0, nullptr, 0, KX::kCopy);
+  RPtr<KX::RBuffer> alpha(new KX::RBuffer(16));
+  RPtr<KX::RBuffer> second(new KX::RBuffer(8));
+  EXPECT_EQ(f->getParameterCount("alpha"), 0u);
+  EXPECT_FALSE(f->getParameter("alpha"));
+  f->addParameter("alpha", alpha.get());
+  f->addParameter("other", new KX::RBuffer(1));
+  f->addParameter("alpha", second.get());
+  EXPECT_EQ(alpha->reference_count(), 2);  // the frame holds its own reference
+  EXPECT_EQ(f->getParameterCount("alpha"), 2u);
+  EXPECT_EQ(f->getParameter("alpha").get(), static_cast<const ulbase::object_refcount*>(alpha.get()));
+  EXPECT_EQ(f->getParameter("alpha", 1).get(), static_cast<const ulbase::object_refcount*>(second.get()));
+  EXPECT_FALSE(f->getParameter("alpha", 2));
+  auto* buffer = dynamic_cast<const KX::RBuffer*>(f->getParameter("alpha").get());
+  ASSERT_NE(buffer, nullptr);
+  EXPECT_EQ(buffer->getLength(), 16);
+  f->setSequence(12);
+  EXPECT_EQ(messageOf([&] { f->addParameter("alpha", nullptr); }), "parameter 'alpha' of frame 12: null value");
+  f = nullptr;
+  EXPECT_EQ(alpha->reference_count(), 1);
+}
+
+TEST(RComponentConfiguration, GettersReadTheirFormOrRefuseIt) {
+  RComponentConfiguration config({{"system_informat", "IYUV"},
+                                  {"odd", "\x01\x02\x03\x04"},
+                                  {"frames", "+120"},
+                                  {"negative", "-7"},
+                                  {"bad", "12x"},
+                                  {"huge", "99999999999999999999"},
+                                  {"plusminus", "+-3"},
+                                  {"short", "YUV"}});
+  EXPECT_EQ(config.getFourCC("system_informat", 0), 0x49595556u);
+  EXPECT_EQ(config.getFourCC("odd", 0), 0x01020304u);
+  EXPECT_EQ(config.getFourCC("system_outformat", 0), 0u);
+  EXPECT_EQ(config.getInteger("frames", 0), 120);
+  EXPECT_EQ(config.getInteger("negative", 0), -7);
+  EXPECT_EQ(config.getInteger("absent", 5), 5);
+  EXPECT_EQ(config.getString("system_informat", ""), "IYUV");
+  EXPECT_EQ(config.getString("absent", "d"), "d");
+  EXPECT_EQ(messageOf([&] { config.getFourCC("short", 0); }),
+            "configuration key 'short': 'YUV' is not a FourCC (four characters expected)");
+  EXPECT_EQ(messageOf([&] { config.getInteger("bad", 0); }), "configuration key 'bad': '12x' is not an integer");
+  EXPECT_EQ(messageOf([&] { config.getInteger("plusminus", 0); }),
+            "configuration key 'plusminus': '+-3' is not an integer");
+  EXPECT_EQ(messageOf([&] { config.getInteger("huge", 0); }),
+            "configuration key 'huge': 99999999999999999999 is out of the 64-bit range");
+}
+
+TEST(ComponentValues, StatusMessageIsCopiedAndNotificationKeepsItsCode) {
+  CComponentStatus status;
+  EXPECT_EQ(status.getStatusCode(), 0u);
+  EXPECT_EQ(status.getMessage().getUsed(), 0);
+  status.setMessage(KX::RString::createWithCString("busy", KX::kCopy));
+  KX::RString copy = status.getMessage();
+  EXPECT_EQ(copy.reference_count(), 0);
+  copy.append("!");
+  EXPECT_STREQ(status.getMessage().c_str(), "busy");
+  CComponentStatus assigned;
+  assigned = status;
+  status.setMessage(KX::RString::createWithCString("idle", KX::kCopy));
+  EXPECT_STREQ(assigned.getMessage().c_str(), "busy");
+
+  const CNotification n(42);
+  CNotification m;
+  EXPECT_EQ(m.getCode(), 0u);
+  m = n;
+  EXPECT_EQ(m.getCode(), 42u);
+}
+
+// Plug-ins call the component operations by their position in the virtual table; a
+// pointer to a virtual member holds 1 + the entry's byte offset (Itanium C++ ABI).
+template <class F>
+ptrdiff_t slot(F member) {
+  ptrdiff_t words[2];
+  static_assert(sizeof(member) == sizeof(words));
+  std::memcpy(words, &member, sizeof(words));
+  return (words[0] - 1) / static_cast<ptrdiff_t>(sizeof(void*));
+}
+
+TEST(ZMComponent, VirtualTablesKeepThePlugInOrder) {
+  // Entries 0 and 1 are the two destructors.
+  EXPECT_EQ(slot(&RComponent::type), 2);
+  EXPECT_EQ(slot(&RComponent::getStatus), 3);
+  EXPECT_EQ(slot(&RComponent::componentWillReset), 4);
+  EXPECT_EQ(slot(&RComponent::handleNotification), 5);
+  EXPECT_EQ(slot(&RComponent::isVPLComponent), 6);
+  EXPECT_EQ(slot(static_cast<bool (RComponent::*)(KX::RPtr<RFrame>)>(&RComponent::process)), 7);
+  EXPECT_EQ(slot(static_cast<bool (RComponent::*)()>(&RComponent::process)), 8);
+  EXPECT_EQ(slot(&RComponent::flush), 9);
+  EXPECT_EQ(slot(&RComponent::numSimpleThreads), 10);
+  EXPECT_EQ(slot(&RComponent::runloop), 11);
+  EXPECT_EQ(slot(&RFilter::configure), 12);
+  using Thread = KX::CThread<RComponent>;
+  EXPECT_EQ(slot(&Thread::handleException), 2);
+  EXPECT_EQ(slot(&Thread::threadrunloop), 3);
+}
+
+struct Bare : RFilter {
+  int configure(const RComponentConfiguration&) override { return 0; }
+};
+
+TEST(ZMComponent, BaseOperationsAnswerAsThePlugInsExpect) {
+  RPtr<Bare> filter(new Bare);
+  EXPECT_EQ(filter->type(), makeFourCC("fltr"));
+  EXPECT_EQ(filter->numSimpleThreads(), 0u);
+  EXPECT_FALSE(filter->isVPLComponent());
+  EXPECT_EQ(filter->getStatus().getStatusCode(), 0u);
+  CNotification n(3);
+  EXPECT_EQ(filter->handleNotification(n), 0);
+  try {
+    filter->process(KX::RPtr<RFrame>());
+    FAIL() << "no exception";
+  } catch (const KX::CException& e) {
+    EXPECT_STREQ(e.what(), "process(ZMFrame) not implemented!");
+    EXPECT_STREQ(e.getWhere().c_str(), "KX::ZM::ZMMultipleQueueComponent::process");
+    EXPECT_EQ(e.getLine(), 254);
+    EXPECT_STREQ(e.getFile().c_str(), "code\\lib\\zm\\ZMComponent");
+  }
+  try {
+    filter->flush();
+    FAIL() << "no exception";
+  } catch (const KX::CException& e) {
+    EXPECT_STREQ(e.what(), "flush() not implemented!");
+    EXPECT_STREQ(e.getWhere().c_str(), "KX::ZM::ZMMultipleQueueComponent::flush");
+    EXPECT_EQ(e.getLine(), 262);
+  }
+
+  // One queue twice on one component is refused, as input or as output.
+  RPtr<RQueue> q = RQueue::create("main", 1);
+  filter->setAttribute("name", "f");
+  filter->connectInput(*q);
+  EXPECT_EQ(messageOf([&] { filter->connectInput(*q); }), "component 'f': queue 'main' is already an input");
+  EXPECT_EQ(messageOf([&] { filter->connectOutput(*q); }), "component 'f': queue 'main' is already an input");
+}
+
+}  // namespace
