@@ -12,24 +12,26 @@
 namespace ns_pixel_kernels {
 namespace {
 
-// One vector per block (run_row unrolls); one() is the same operation on one lane.
-template <class V>
-struct add_block {
-  static constexpr int n = V::lanes;
+struct add_op {
   template <class W>
-  static void step(float* d, const float* a, const float* b) {
-    W::store(d, W::add(W::load(a), W::load(b)));
+  static typename W::reg apply(typename W::reg a, typename W::reg b) {
+    return W::add(a, b);
   }
-  void operator()(float* d, const float* a, const float* b) const { step<V>(d, a, b); }
-  void one(float* d, const float* a, const float* b) const { step<f32x1>(d, a, b); }
+};
+struct multiply_op {
+  template <class W>
+  static typename W::reg apply(typename W::reg a, typename W::reg b) {
+    return W::mul(a, b);
+  }
 };
 
-template <class V>
-struct multiply_block {
+// One vector per block (run_row unrolls); one() is the same operation on one lane.
+template <class V, class Op>
+struct binary_block {
   static constexpr int n = V::lanes;
   template <class W>
   static void step(float* d, const float* a, const float* b) {
-    W::store(d, W::mul(W::load(a), W::load(b)));
+    W::store(d, Op::template apply<W>(W::load(a), W::load(b)));
   }
   void operator()(float* d, const float* a, const float* b) const { step<V>(d, a, b); }
   void one(float* d, const float* a, const float* b) const { step<f32x1>(d, a, b); }
@@ -54,14 +56,14 @@ constexpr int vector_bytes = V::lanes * static_cast<int>(sizeof(float));
 template <class V>
 pixel_status add_f32_impl(const float* src1, const float* src2, float* dst, int32_t len) {
   if (pixel_status s = check_row_args(len, src1, src2, dst)) return s;
-  run_row<vector_bytes<V>>(add_block<V>{}, dst, len, src1, src2);
+  run_row<vector_bytes<V>>(binary_block<V, add_op>{}, dst, len, src1, src2);
   return status_ok;
 }
 
 template <class V>
 pixel_status multiply_f32_impl(const float* src1, const float* src2, float* dst, int32_t len) {
   if (pixel_status s = check_row_args(len, src1, src2, dst)) return s;
-  run_row<vector_bytes<V>>(multiply_block<V>{}, dst, len, src1, src2);
+  run_row<vector_bytes<V>>(binary_block<V, multiply_op>{}, dst, len, src1, src2);
   return status_ok;
 }
 
