@@ -128,28 +128,34 @@ struct gauss5_u8 {
   }
 };
 
-// 16-bit 5x5 in 32-bit lanes (S <= 571 * 65535 < 2^26).
+// 16-bit 5x5 with PMADDWD: samples biased by -32768 become signed 16-bit, each
+// multiply-add takes two taps, and the bias (571 * 32768 in total) returns in the
+// starting value together with the rounding's 286. S < 2^26 stays in 32 bits.
 struct gauss5_u16 {
   using sample = uint16_t;
+
+  // A 32-bit lane holding the weights for a (first, second) pair of 16-bit taps.
+  static int pair(uint32_t first, uint32_t second) { return static_cast<int>((second << 16) | first); }
 
   template <class V>
   static void block(const unsigned char* s, ptrdiff_t step, unsigned char* d) {
     using R = typename V::reg;
-    R acc[2] = {V::set32(286), V::set32(286)};
+    const R bias = V::set16(INT16_MIN);
+    R acc[2] = {V::set32(571 * 32768 + 286), V::set32(571 * 32768 + 286)};
     for (int r = -2; r <= 2; ++r) {
       const unsigned char* p = s + r * step;
       const uint32_t(&w)[3] = gauss5_row_weights(r);
-      const R w0 = V::set32(static_cast<int>(w[0])), w1 = V::set32(static_cast<int>(w[1])),
-              w2 = V::set32(static_cast<int>(w[2]));
-      const R l2 = V::load(p - 4), l1 = V::load(p - 2), c = V::load(p), r1 = V::load(p + 2),
-              r2 = V::load(p + 4);
-      auto profile = [&](R (*widen)(R)) {
-        const R outer = V::mullo32(V::add32(widen(l2), widen(r2)), w0);
-        const R inner = V::mullo32(V::add32(widen(l1), widen(r1)), w1);
-        return V::add32(V::add32(outer, inner), V::mullo32(widen(c), w2));
-      };
-      acc[0] = V::add32(acc[0], profile(V::lo16));
-      acc[1] = V::add32(acc[1], profile(V::hi16));
+      const R left = V::set32(pair(w[0], w[1])), centre = V::set32(pair(w[2], w[1])),
+              right = V::set32(pair(w[0], 0));
+      const R l2 = V::xor_(V::load(p - 4), bias), l1 = V::xor_(V::load(p - 2), bias),
+              c = V::xor_(V::load(p), bias), r1 = V::xor_(V::load(p + 2), bias),
+              r2 = V::xor_(V::load(p + 4), bias);
+      acc[0] = V::add32(acc[0], V::add32(V::add32(V::madd16(V::zip_lo16(l2, l1), left),
+                                                  V::madd16(V::zip_lo16(c, r1), centre)),
+                                         V::madd16(V::zip_lo16(r2, r2), right)));
+      acc[1] = V::add32(acc[1], V::add32(V::add32(V::madd16(V::zip_hi16(l2, l1), left),
+                                                  V::madd16(V::zip_hi16(c, r1), centre)),
+                                         V::madd16(V::zip_hi16(r2, r2), right)));
     }
     // The high word of (S + 286) * 7521834 is S / 571 rounded.
     const R scale = V::set32(7521834);

@@ -22,6 +22,10 @@ struct i128 {
   static reg hi8(reg a) { return _mm_unpackhi_epi8(a, _mm_setzero_si128()); }
   static reg lo16(reg a) { return _mm_unpacklo_epi16(a, _mm_setzero_si128()); }
   static reg hi16(reg a) { return _mm_unpackhi_epi16(a, _mm_setzero_si128()); }
+  static reg zip_lo16(reg a, reg b) { return _mm_unpacklo_epi16(a, b); }
+  static reg zip_hi16(reg a, reg b) { return _mm_unpackhi_epi16(a, b); }
+  static reg madd16(reg a, reg b) { return _mm_madd_epi16(a, b); }
+  static reg xor_(reg a, reg b) { return _mm_xor_si128(a, b); }
   static reg add16(reg a, reg b) { return _mm_add_epi16(a, b); }
   static reg add32(reg a, reg b) { return _mm_add_epi32(a, b); }
   static reg and_(reg a, reg b) { return _mm_and_si128(a, b); }
@@ -78,6 +82,10 @@ struct i256 {
   static reg hi8(reg a) { return _mm256_unpackhi_epi8(a, _mm256_setzero_si256()); }
   static reg lo16(reg a) { return _mm256_unpacklo_epi16(a, _mm256_setzero_si256()); }
   static reg hi16(reg a) { return _mm256_unpackhi_epi16(a, _mm256_setzero_si256()); }
+  static reg zip_lo16(reg a, reg b) { return _mm256_unpacklo_epi16(a, b); }
+  static reg zip_hi16(reg a, reg b) { return _mm256_unpackhi_epi16(a, b); }
+  static reg madd16(reg a, reg b) { return _mm256_madd_epi16(a, b); }
+  static reg xor_(reg a, reg b) { return _mm256_xor_si256(a, b); }
   static reg add16(reg a, reg b) { return _mm256_add_epi16(a, b); }
   static reg add32(reg a, reg b) { return _mm256_add_epi32(a, b); }
   static reg and_(reg a, reg b) { return _mm256_and_si256(a, b); }
