@@ -1,0 +1,41 @@
+#pragma once
+// The scaler's one-dimensional passes over whole planes. A weighted pass widens the
+// taps' samples to float, multiplies each by its weight, sums them in tap order and
+// narrows the sum (8-bit: round to nearest even, saturated; 16-bit: truncated,
+// clamped to 0..65535); every row operation runs on the pixel kernels. A nearest pass
+// copies the sample (or row) at each span start.
+
+#include <cstdint>
+
+#include "filter/video/resize/plane_buffer.h"
+
+namespace ns_video_resize {
+
+inline constexpr uint32_t kMaxTaps = 4;
+
+// What a pass reads besides its planes: the current plane's span starts, the shared
+// weights, and taps + 2 float lines as long as the longest row or column.
+struct pass_context {
+  uint32_t taps = 0;
+  const uint32_t* h_index = nullptr;
+  const uint32_t* v_index = nullptr;
+  const float* h_weights[kMaxTaps] = {};
+  const float* v_weights[kMaxTaps] = {};
+  float* lines[kMaxTaps + 2] = {};
+};
+
+// dst.width x dst.height from src, which has dst's height (horizontal) or width (vertical).
+template <class S>
+using pass_fn = void (*)(const pass_context& context, const plane_buffer<S>& dst,
+                         const plane_buffer<S>& src);
+
+template <class S>
+pass_fn<S> horizontal_pass(bool nearest);
+template <class S>
+pass_fn<S> vertical_pass(bool nearest);
+
+// Narrows len sums into samples (the last step of a weighted pass).
+void narrow_row(const float* sums, uint8_t* dst, uint32_t len);
+void narrow_row(const float* sums, uint16_t* dst, uint32_t len);
+
+}  // namespace ns_video_resize

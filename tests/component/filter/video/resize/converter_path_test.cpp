@@ -1,0 +1,240 @@
+#include <gtest/gtest.h>
+
+#include <deque>
+
+#include "filter/video/resize/video_resize_impl.h"
+#include "orrin/component_inventory.h"
+#include "orrin/picture_format.h"
+#include "resize_test_support.h"
+
+namespace ns_video_resize {
+namespace {
+
+using namespace testing_support;
+namespace orrin = Quorvane::Orrin;
+using inventory = orrin::CComponentInventory<orrin::CComponentFactory<orrin::CVideoConverter>>;
+
+// How the stand-in converter behaves, and what it saw.
+struct fake_behaviour {
+  long stride_padding = 0;     // bytes added to every luma row of its output
+  long missing_bytes = 0;      // output this many bytes shorter than its rows need
+  int samples_per_picture = 1;
+  long height_error = 0;       // added to the output height it reports
+  bool refuse_prepare = false;
+
+  uint32_t seen_format = 0;
+  long seen_width = 0, seen_height = 0, seen_stride = 0, target_width = 0, target_height = 0;
+};
+
+// Produces pictures of the target size whose sample (x, y) of plane p is the first
+// sample of plane p of its input plus (x + 3y) % 5, rows padded as told.
+class fake_converter : public orrin::CVideoConverter {
+public:
+  explicit fake_converter(fake_behaviour* b) : b_(b) {}
+
+  orrin::Result Prepare() override {
+    const orrin::CVideoProperties* in = GetInputProperties();
+    b_->seen_format = in->GetFormat();
+    b_->seen_width = in->GetWidth();
+    b_->seen_height = in->GetHeight();
+    GetTargetSize(&b_->target_width, &b_->target_height);
+    if (b_->refuse_prepare) return orrin::Result(orrin::kResultUnsupportedFormat);
+    orrin::RObject<orrin::CVideoProperties> out(new orrin::CVideoProperties(in));
+    out->SetWidth(b_->target_width, orrin::kVideoStreamContext);
+    out->SetHeight(b_->target_height + b_->height_error, orrin::kVideoStreamContext);
+    SetOutputProperties(out);
+    layout_ = *orrin::DescribePictureFormat(in->GetFormat());
+    return orrin::Result(orrin::kResultOk);
+  }
+
+  orrin::Result PutSample(orrin::CVideoSample* sample) override {
+    const orrin::CDataReference* ref = sample->GetDataReference();
+    b_->seen_stride = ref->GetStride();
+    const auto in = ref->GetLockedDataReference(orrin::kLockRead);
+    const std::size_t ss = layout_.bytes_per_sample;
+    const std::size_t in_luma = static_cast<std::size_t>(b_->seen_width * b_->seen_height) * ss;
+    const std::size_t in_chroma = in_luma >> (layout_.chroma_shift_x + layout_.chroma_shift_y);
+    const std::size_t in_plane[3] = {0, in_luma, in_luma + in_chroma};
+
+    const std::size_t w = static_cast<std::size_t>(b_->target_width);
+    const std::size_t h = static_cast<std::size_t>(b_->target_height);
+    const std::size_t stride = w * ss + static_cast<std::size_t>(b_->stride_padding);
+    const std::size_t chroma_stride = stride >> layout_.chroma_shift_x;
+    const std::size_t chroma_rows = h >> layout_.chroma_shift_y;
+    const std::size_t bytes = stride * h + 2 * chroma_stride * chroma_rows - b_->missing_bytes;
+    orrin::RObject<orrin::CByteArray> block(new orrin::CByteArray(bytes));
+    std::memset(block->GetData(), 0xEE, bytes);
+    uint8_t* plane = block->GetData();
+    for (int p = 0; p < 3; ++p) {
+      uint32_t first = 0;
+      std::memcpy(&first, in.GetData() + in_plane[p], ss);
+      const std::size_t pw = p == 0 ? w : w >> layout_.chroma_shift_x;
+      const std::size_t ph = p == 0 ? h : chroma_rows;
+      const std::size_t ps = p == 0 ? stride : chroma_stride;
+      for (std::size_t y = 0; y < ph; ++y) {
+        for (std::size_t x = 0; x < pw; ++x) {
+          const uint32_t v = first + (x + 3 * y) % 5;
+          uint8_t* at = plane + y * ps + x * ss;
+          if (at + ss <= block->GetData() + bytes) std::memcpy(at, &v, ss);
+        }
+      }
+      plane += ps * ph;
+    }
+    for (int i = 0; i < b_->samples_per_picture; ++i) {
+      orrin::RObject<orrin::CVideoSample> out(new orrin::CVideoSample(0, 1000, 0));
+      out->SetDataReference(new orrin::CPixelBufferDataReference(block.Get(), b_->target_width,
+                                                                 b_->target_height, static_cast<long>(stride)));
+      queue_.push_back(out);
+    }
+    return orrin::Result(orrin::kResultOk);
+  }
+
+  orrin::Result GetSample(orrin::RObject<orrin::CVideoSample>& sample) override {
+    if (queue_.empty()) {
+      sample.Reset();
+      return orrin::Result(orrin::kResultNoSample);
+    }
+    sample = queue_.front();
+    queue_.pop_front();
+    return orrin::Result(orrin::kResultOk);
+  }
+
+private:
+  fake_behaviour* b_;
+  orrin::PictureLayout layout_{};
+  std::deque<orrin::RObject<orrin::CVideoSample>> queue_;
+};
+
+// Puts the stand-in under 'vrc ' for one test and restores what was there.
+class converter_fixture : public testing::Test {
+protected:
+  void SetUp() override {
+    previous_ = inventory::Register(orrin::kVideoConverterType,
+                                    orrin::CComponentFactory<orrin::CVideoConverter>(
+                                        [this] { return new fake_converter(&behaviour_); }));
+  }
+  void TearDown() override { inventory::Register(orrin::kVideoConverterType, previous_); }
+
+  fake_behaviour behaviour_;
+  orrin::CComponentFactory<orrin::CVideoConverter> previous_;
+};
+
+uint32_t fake_value(uint32_t first, uint32_t x, uint32_t y) { return first + (x + 3 * y) % 5; }
+
+using ConverterPath = converter_fixture;
+
+TEST_F(ConverterPath, PaddedAndPackedStridesGiveTheSamePackedFrame) {
+  for (uint32_t format : {1u, 3u, 4u, 7u}) {
+    for (long padding : {0L, 40L}) {
+      SCOPED_TRACE(testing::Message() << "format " << format << " padding " << padding);
+      behaviour_.stride_padding = padding;
+      auto r = make_resizer(format);
+      ASSERT_EQ(configure(*r, {24, 12, 16, 8, format}), 1);
+      EXPECT_TRUE(dynamic_cast<video_resize_impl<uint8_t>*>(r.get()) == nullptr ||
+                  dynamic_cast<video_resize_impl<uint8_t>&>(*r).uses_converter());
+      EXPECT_EQ(behaviour_.seen_format, describe_format(format)->converter_fourcc);
+      EXPECT_EQ(behaviour_.seen_width, 16);
+      EXPECT_EQ(behaviour_.seen_height, 8);
+      EXPECT_EQ(behaviour_.target_width, 24);
+      EXPECT_EQ(behaviour_.target_height, 12);
+
+      const frame in(format, 16, 8, [](uint32_t p, uint32_t, uint32_t) { return 40 + 50 * p; });
+      int32_t result = 0;
+      const frame out = run(*r, format, 24, 12, in, &result);
+      ASSERT_EQ(result, 1);
+      EXPECT_EQ(behaviour_.seen_stride, 16 * static_cast<long>(describe_format(format)->sample_bytes));
+      uint32_t wrong = 0;
+      for (uint32_t p = 0; p < 3; ++p) {
+        for (uint32_t y = 0; y < out.size(p).height; ++y) {
+          for (uint32_t x = 0; x < out.size(p).width; ++x) {
+            wrong += out.at(p, x, y) != fake_value(40 + 50 * p, x, y);
+          }
+        }
+      }
+      EXPECT_EQ(wrong, 0u);
+    }
+  }
+}
+
+TEST_F(ConverterPath, TakesAtMostTwoSamplesAndNoneLeavesTheOutputAlone) {
+  for (int samples : {0, 1, 2, 3}) {
+    behaviour_.samples_per_picture = samples;
+    auto r = make_resizer(1);
+    ASSERT_EQ(configure(*r, {32, 16, 16, 8, 1}), 1);
+    const frame in(1, 16, 8, [](uint32_t, uint32_t, uint32_t) { return 9; });
+    std::vector<uint8_t> out(r->frame_bytes(), 0x5A);
+    uint32_t out_bytes = 0;
+    EXPECT_EQ(r->process(in.bytes(), in.data(), &out_bytes, out.data()), samples < 3 ? 1 : 0)
+        << samples << " samples";
+    EXPECT_EQ(out[0], samples == 0 ? 0x5A : 9) << samples << " samples";
+  }
+}
+
+TEST_F(ConverterPath, RefusedSetUpsFailConfiguration) {
+  behaviour_.refuse_prepare = true;
+  auto refused = make_resizer(3);
+  EXPECT_EQ(configure(*refused, {32, 16, 16, 8, 3}), -1);
+  EXPECT_EQ(refused->frame_bytes(), 0u);
+
+  behaviour_ = {};
+  behaviour_.height_error = 1;
+  auto taller = make_resizer(3);
+  EXPECT_EQ(configure(*taller, {32, 16, 16, 8, 3}), -1);
+
+  // Formats the converter has no FourCC for never reach it: filter 0 means bilinear.
+  behaviour_ = {};
+  auto own = make_resizer(5);
+  EXPECT_EQ(configure(*own, {32, 16, 16, 8, 5}), 1);
+  EXPECT_EQ(behaviour_.seen_format, 0u);
+  EXPECT_EQ(dynamic_cast<video_resize_impl<uint8_t>&>(*own).filter(), filter_bilinear);
+}
+
+TEST_F(ConverterPath, PicturesShorterThanTheirRowsAreRefusedUnread) {
+  for (long padding : {0L, 40L}) {
+    behaviour_.stride_padding = padding;
+    // One byte into the last chroma row (past its padding, when there is some).
+    behaviour_.missing_bytes = padding / 2 + 1;
+    auto r = make_resizer(1);
+    ASSERT_EQ(configure(*r, {24, 12, 16, 8, 1}), 1);
+    const frame in(1, 16, 8, [](uint32_t, uint32_t, uint32_t) { return 9; });
+    int32_t result = 1;
+    run(*r, 1, 24, 12, in, &result);
+    EXPECT_EQ(result, 0) << "padding " << padding;
+  }
+}
+
+TEST_F(ConverterPath, FieldsAreConvertedOneAtATimeAndWovenBack) {
+  for (uint32_t format : {1u, 3u}) {
+    SCOPED_TRACE(testing::Message() << "format " << format);
+    behaviour_ = {};
+    behaviour_.stride_padding = 24;
+    auto r = make_resizer(format);
+    resize_args a{24, 16, 16, 8, format};
+    a.scan_mode = 2;
+    a.prefilter = 2;
+    ASSERT_EQ(configure(*r, a), 1);
+    EXPECT_EQ(behaviour_.seen_height, 4);
+    EXPECT_EQ(behaviour_.target_height, 8);
+
+    // Every plane's even rows hold one value and its odd rows another.
+    const frame in(format, 16, 8, [](uint32_t p, uint32_t, uint32_t y) { return 20 + 40 * p + 100 * (y % 2); });
+    int32_t result = 0;
+    const frame out = run(*r, format, 24, 16, in, &result);
+    ASSERT_EQ(result, 1);
+    for (uint32_t p = 0; p < 3; ++p) {
+      for (uint32_t y = 0; y < out.size(p).height; ++y) {
+        for (uint32_t x = 0; x < out.size(p).width; ++x) {
+          ASSERT_EQ(out.at(p, x, y), fake_value(20 + 40 * p + 100 * (y % 2), x, y / 2))
+              << "plane " << p << " at " << x << "," << y;
+        }
+      }
+    }
+
+    behaviour_.samples_per_picture = 3;
+    run(*r, format, 24, 16, in, &result);
+    EXPECT_EQ(result, 0);
+  }
+}
+
+}  // namespace
+}  // namespace ns_video_resize

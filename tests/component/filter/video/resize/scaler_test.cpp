@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include "filter/video/resize/passes.h"
+#include "filter/video/resize/video_resize_impl.h"
+#include "resize_test_support.h"
+
+namespace ns_video_resize {
+namespace {
+
+using namespace testing_support;
+
+TEST(Scaler, NarrowingRoundsEightBitAndTruncatesSixteenBit) {
+  const float sums[] = {255.6f, -3.0f, 254.5f, 1.5f, 0.49f, 65535.9f, 12.9f, 70000.0f};
+  uint8_t narrow8[8];
+  uint16_t narrow16[8];
+  narrow_row(sums, narrow8, 8);
+  narrow_row(sums, narrow16, 8);
+  const uint8_t expected8[] = {255, 0, 254, 2, 0, 255, 13, 255};
+  const uint16_t expected16[] = {255, 0, 254, 1, 0, 65535, 12, 65535};
+  for (int i = 0; i < 8; ++i) {
+    EXPECT_EQ(narrow8[i], expected8[i]) << "sum " << sums[i];
+    EXPECT_EQ(narrow16[i], expected16[i]) << "sum " << sums[i];
+  }
+}
+
+TEST(Scaler, ConstantPlanesStayConstantAtEverySizeFilterAndOrder) {
+  struct job {
+    uint32_t src_w, src_h, dst_w, dst_h;
+  };
+  // Up, down (with both smoothing levels), and wider-but-shorter (vertical pass first).
+  const job jobs[] = {{64, 36, 100, 58}, {200, 120, 48, 30}, {96, 64, 50, 32}, {40, 40, 64, 18}};
+  for (uint32_t format : {1u, 3u, 8u, 10u}) {
+    for (uint32_t filter : {filter_bilinear, filter_cubic, filter_nearest}) {
+      for (const job& j : jobs) {
+        SCOPED_TRACE(testing::Message() << "format " << format << " filter " << filter << " "
+                                        << j.src_w << "x" << j.src_h << "->" << j.dst_w << "x" << j.dst_h);
+        const uint32_t level[4] = {17, 140, 230, 66};
+        auto r = make_resizer(format);
+        resize_args a{j.dst_w, j.dst_h, j.src_w, j.src_h, format};
+        a.filter = filter;
+        a.prefilter = 1;
+        ASSERT_EQ(configure(*r, a), 1);
+        const frame in(format, j.src_w, j.src_h, [&](uint32_t p, uint32_t, uint32_t) {
+          return format >= 7 ? level[p] * 251 : level[p];
+        });
+        const frame out = run(*r, format, j.dst_w, j.dst_h, in);
+        for (uint32_t p = 0; p < out.planes(); ++p) {
+          // 16-bit sums are truncated: weights that add up to just below 1 lose a unit
+          // in each of the two passes.
+          const uint32_t c = in.at(p, 0, 0);
+          const uint32_t lowest = format >= 7 && filter != filter_nearest ? c - 2 : c;
+          uint32_t wrong = 0;
+          for (uint32_t y = 0; y < out.size(p).height; ++y) {
+            for (uint32_t x = 0; x < out.size(p).width; ++x) {
+              wrong += out.at(p, x, y) < lowest || out.at(p, x, y) > c;
+            }
+          }
+          EXPECT_EQ(wrong, 0u) << "plane " << p;
+        }
+      }
+    }
+  }
+}
+
+TEST(Scaler, BilinearTwoByTwoToFourByFourInterpolatesLinearly) {
+  // Samples 10x + 20y at the corners of a 2x2 picture, 4:4:4 so chroma scales alike.
+  for (uint32_t format : {4u, 8u}) {
+    const uint32_t unit = format == 8 ? 500 : 1;
+    auto r = make_resizer(format);
+    resize_args a{4, 4, 2, 2, format};
+    a.filter = filter_bilinear;
+    ASSERT_EQ(configure(*r, a), 1);
+    const frame in(format, 2, 2, [&](uint32_t p, uint32_t x, uint32_t y) { return (30 * x + 60 * y + p) * unit; });
+    const frame out = run(*r, format, 4, 4, in);
+    for (uint32_t p = 0; p < 3; ++p) {
+      for (uint32_t y = 0; y < 4; ++y) {
+        for (uint32_t x = 0; x < 4; ++x) {
+          // Truncation may lose one unit of a 16-bit sum that lands just below a whole number.
+          EXPECT_NEAR(out.at(p, x, y), (10 * x + 20 * y + p) * unit, format == 8 ? 1 : 0)
+              << "format " << format << " plane " << p << " at " << x << "," << y;
+        }
+      }
+    }
+  }
+}
+
+TEST(Scaler, NearestRepeatsTheClosestSample) {
+  auto r = make_resizer(4);
+  resize_args a{7, 2, 4, 2, 4};
+  a.filter = filter_nearest;
+  ASSERT_EQ(configure(*r, a), 1);
+  const frame in(4, 4, 2, [](uint32_t, uint32_t x, uint32_t y) { return 10 * x + 100 * y; });
+  const frame out = run(*r, 4, 7, 2, in);
+  const uint32_t expected[7] = {0, 10, 10, 20, 20, 30, 30};
+  for (uint32_t x = 0; x < 7; ++x) {
+    EXPECT_EQ(out.at(0, x, 0), expected[x]) << "x " << x;
+    EXPECT_EQ(out.at(2, x, 1), expected[x] + 100) << "x " << x;
+  }
+}
+
+TEST(Scaler, FieldsAreScaledApartAndWovenBackRowByRow) {
+  // Top-field rows hold one value, bottom-field rows another: scaled by fields each
+  // field stays constant, so the output rows must alternate exactly.
+  for (uint32_t format : {1u, 3u, 5u}) {
+    for (uint32_t prefilter : {0u, 2u}) {
+      SCOPED_TRACE(testing::Message() << "format " << format << " prefilter " << prefilter);
+      auto r = make_resizer(format);
+      resize_args a{48, 24, 32, 40, format};
+      a.scan_mode = 2;
+      a.filter = filter_cubic;
+      a.prefilter = prefilter;
+      ASSERT_EQ(configure(*r, a), 1);
+      const frame in(format, 32, 40, [](uint32_t p, uint32_t, uint32_t y) { return 40 + 30 * p + (y % 2) * 100; });
+      const frame out = run(*r, format, 48, 24, in);
+      for (uint32_t p = 0; p < out.planes(); ++p) {
+        // 4:2:0 chroma has as many rows as one field and is scaled whole.
+        const bool whole = format == 1 && p > 0;
+        for (uint32_t y = 0; y < out.size(p).height; ++y) {
+          for (uint32_t x = 0; x < out.size(p).width; ++x) {
+            if (whole) {
+              ASSERT_GE(out.at(p, x, y), 40 + 30 * p) << "plane " << p;
+              ASSERT_LE(out.at(p, x, y), 140 + 30 * p) << "plane " << p;
+            } else {
+              ASSERT_EQ(out.at(p, x, y), 40 + 30 * p + (y % 2) * 100) << "plane " << p << " at " << x << "," << y;
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace ns_video_resize
