@@ -2,6 +2,7 @@
 // KX::CBuffer: a growable byte buffer. `used` of `capacity` bytes are in use; storage
 // comes from malloc whether copied or taken over. One thread at a time.
 
+#include "base/KXExport.h"
 #include <cstdint>
 
 namespace KX {
@@ -18,7 +19,7 @@ enum CodecOptions : int {
   kBase64UrlSafe = 1,   // Base64 with '-' and '_' instead of '+' and '/'
 };
 
-class CBuffer {
+class KX_EXPORT CBuffer {
 public:
   CBuffer() noexcept : data(nullptr), capacity(0), used(0), mode(kCopy) {}
   // An empty buffer with `capacity` bytes of storage.

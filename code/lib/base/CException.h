@@ -5,6 +5,7 @@
 // Copies share one immutable record and never throw.
 
 #include "base/CString.h"
+#include "base/KXExport.h"
 
 #include <cstdio>
 #include <exception>
@@ -12,7 +13,7 @@
 
 namespace KX {
 
-class CException : public std::exception {
+class KX_EXPORT CException : public std::exception {
 public:
   CException(const char* type, int line, const char* file, const char* where, const CString& message);
   CException(const char* type, int line, const char* file, const char* where, const char* message);

@@ -4,13 +4,14 @@
 // 0 (and a NUL at data[0] when it has storage). Every member keeps this.
 
 #include "base/CBuffer.h"
+#include "base/KXExport.h"
 
 #include <cstdarg>
 #include <cstring>
 
 namespace KX {
 
-class CString : public CBuffer {
+class KX_EXPORT CString : public CBuffer {
 public:
   CString() noexcept = default;
   explicit CString(int capacity) : CBuffer(capacity) {

@@ -4,6 +4,7 @@
 // aborts; classes that can recover (components) override it.
 
 #include "base/CException.h"
+#include "base/KXExport.h"
 #include "ulbase/object_refcount.h"
 
 #include <cxxabi.h>
@@ -18,14 +19,14 @@
 namespace KX {
 
 // Receives the exceptions that escape a thread's loop.
-class CExceptionHandlerP {
+class KX_EXPORT CExceptionHandlerP {
 public:
   virtual ~CExceptionHandlerP();
   virtual void handleException(const CException& e) = 0;
 };
 
 template <class T>
-class CThread : public CExceptionHandlerP {
+class KX_EXPORT CThread : public CExceptionHandlerP {
 public:
   CThread() = default;
   // A copy names the same thread (handle and state) and copies the attributes; join

@@ -2,6 +2,7 @@
 // KX::CTimeStamp: a time or duration in seconds, held as one double (points in time
 // count from 1970-01-01 00:00:00 UTC). Integer read-outs round half away from zero.
 
+#include "base/KXExport.h"
 #include <sys/time.h>
 
 #include <cmath>
@@ -11,7 +12,7 @@
 
 namespace KX {
 
-class CTimeStamp {
+class KX_EXPORT CTimeStamp {
 public:
   CTimeStamp() noexcept = default;
   CTimeStamp(const CTimeStamp&) noexcept = default;

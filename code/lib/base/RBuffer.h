@@ -3,11 +3,12 @@
 // constructor; instances live on the heap and are held through KX::RPtr.
 
 #include "base/CBuffer.h"
+#include "base/KXExport.h"
 #include "ulbase/object_refcount.h"
 
 namespace KX {
 
-class RBuffer : public CBuffer, public ulbase::object_refcount {
+class KX_EXPORT RBuffer : public CBuffer, public ulbase::object_refcount {
 public:
   RBuffer() noexcept = default;
   explicit RBuffer(int capacity) : CBuffer(capacity) {}

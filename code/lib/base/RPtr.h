@@ -2,6 +2,7 @@
 // KX::RPtr<T>: holds one reference to a ulbase::object_refcount object (T may be
 // const), or null. Copies retain, destruction releases; moves transfer the reference.
 
+#include "base/KXExport.h"
 #include "ulbase/object_refcount.h"
 
 #include <concepts>
@@ -11,7 +12,7 @@
 namespace KX {
 
 template <class T>
-class RPtr {
+class KX_EXPORT RPtr {
 public:
   RPtr() noexcept = default;
   RPtr(std::nullptr_t) noexcept {}

@@ -3,11 +3,12 @@
 // constructor; instances live on the heap and are held through KX::RPtr.
 
 #include "base/CString.h"
+#include "base/KXExport.h"
 #include "ulbase/object_refcount.h"
 
 namespace KX {
 
-class RString : public CString, public ulbase::object_refcount {
+class KX_EXPORT RString : public CString, public ulbase::object_refcount {
 public:
   RString() noexcept = default;
   explicit RString(int capacity) : CString(capacity) {}

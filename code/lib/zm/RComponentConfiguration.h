@@ -3,6 +3,7 @@
 // the host and read by the component's configure(). Getters return the default for
 // an absent key and throw KX::CException for a value of the wrong form.
 
+#include "base/KXExport.h"
 #include "ulbase/object_refcount.h"
 
 #include <cstdint>
@@ -11,7 +12,7 @@
 
 namespace KX::ZM {
 
-class RComponentConfiguration : public ulbase::object_refcount {
+class KX_EXPORT RComponentConfiguration : public ulbase::object_refcount {
 public:
   RComponentConfiguration() = default;
   explicit RComponentConfiguration(std::map<std::string, std::string> values) : values(std::move(values)) {}

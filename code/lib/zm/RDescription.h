@@ -2,13 +2,14 @@
 // Stream descriptions: what a queue's writer tells its readers about the frames.
 // Shared read-only (RPtr<const RDescription>) once given to a queue.
 
+#include "base/KXExport.h"
 #include "ulbase/object_refcount.h"
 
 #include <cstdint>
 
 namespace KX::ZM {
 
-class RDescription : public ulbase::object_refcount {
+class KX_EXPORT RDescription : public ulbase::object_refcount {
 public:
   ~RDescription() override;
   // The FourCC of the kind of stream ("vide" for video).
@@ -18,7 +19,7 @@ protected:
   RDescription() = default;
 };
 
-class RVideoDescription : public RDescription {
+class KX_EXPORT RVideoDescription : public RDescription {
 public:
   RVideoDescription(uint32_t width, uint32_t height, double frameRate)
       : width(width), height(height), frameRate(frameRate) {}

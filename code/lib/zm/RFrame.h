@@ -6,6 +6,7 @@
 
 #include "base/CBuffer.h"
 #include "base/CTimeStamp.h"
+#include "base/KXExport.h"
 #include "base/RPtr.h"
 #include "ulbase/object_refcount.h"
 #include "ulbase/timecode.h"
@@ -16,7 +17,7 @@
 
 namespace KX::ZM {
 
-class RFrame : public ulbase::object_refcount {
+class KX_EXPORT RFrame : public ulbase::object_refcount {
 public:
   ~RFrame() override;
   // The FourCC of the kind of frame ("vide" for video).
@@ -62,7 +63,7 @@ private:
   std::multimap<std::string, KX::RPtr<const ulbase::object_refcount>> parameters;
 };
 
-class RVideoFrame : public RFrame {
+class KX_EXPORT RVideoFrame : public RFrame {
 public:
   // A new frame holding `length` bytes as flags say (kCopy with null data: zero-filled,
   // for a producer to fill through getData()). frameType is carried, 0 if unknown.

@@ -9,6 +9,7 @@
 
 #include "base/CException.h"
 #include "base/CString.h"
+#include "base/KXExport.h"
 #include "base/RPtr.h"
 #include "ulbase/object_refcount.h"
 #include "zm/RDescription.h"
@@ -26,7 +27,7 @@ namespace KX::ZM {
 class RQFrameReader;
 class RQFrameWriter;
 
-class RQueue : public ulbase::object_refcount {
+class KX_EXPORT RQueue : public ulbase::object_refcount {
 public:
   // capacity >= 1 frames; the name may be empty.
   static KX::RPtr<RQueue> create(const std::string& name, uint32_t capacity);
@@ -89,7 +90,7 @@ private:
 };
 
 // What readers and writers share: their queue.
-class RQueueRW : public ulbase::object_refcount {
+class KX_EXPORT RQueueRW : public ulbase::object_refcount {
 public:
   ~RQueueRW() override;
   RQueue* getQueue() const { return queue.get(); }
@@ -102,7 +103,7 @@ protected:
 };
 
 // One reader's view of a queue. Used by one thread (the reading component's).
-class RQFrameReader : public RQueueRW {
+class KX_EXPORT RQFrameReader : public RQueueRW {
 public:
   // Detaches from the queue: frames this reader has not read no longer hold the
   // writer back.
@@ -128,7 +129,7 @@ private:
 };
 
 // The writing end of a queue. Used by one thread (the writing component's).
-class RQFrameWriter : public RQueueRW {
+class KX_EXPORT RQFrameWriter : public RQueueRW {
 public:
   // A writer released before end() cancels the queue: its readers would otherwise
   // wait forever, or take a cut stream for a whole one.

@@ -21,6 +21,7 @@
 
 #include "base/CException.h"
 #include "base/CThread.h"
+#include "base/KXExport.h"
 #include "base/RPtr.h"
 #include "ulbase/object_refcount.h"
 #include "zm/RComponentConfiguration.h"
@@ -51,14 +52,14 @@ namespace KX::ZM {
 
 // Told once, on the component's thread, when runloop has returned or thrown, before
 // the component's outputs are ended or cancelled.
-class ZMComponentObserver {
+class KX_EXPORT ZMComponentObserver {
 public:
   virtual ~ZMComponentObserver();
   // error: what ended the thread, or null; result: runloop's (-1 after an error).
   virtual void componentFinished(RComponent& component, int result, const KX::CException* error) noexcept = 0;
 };
 
-class RComponent : public ulbase::object_refcount, public KX::CThread<RComponent> {
+class KX_EXPORT RComponent : public ulbase::object_refcount, public KX::CThread<RComponent> {
 public:
   ~RComponent() override;                                         // slot 0
   virtual uint32_t type() const = 0;                              // 1: FourCC of the kind
@@ -93,7 +94,7 @@ private:
 };
 
 // The base of every component with queues.
-class ZMMultipleQueueComponent : public RComponent {
+class KX_EXPORT ZMMultipleQueueComponent : public RComponent {
 public:
   ~ZMMultipleQueueComponent() override;
   void componentWillReset() override;                              // does nothing
@@ -126,7 +127,7 @@ private:
 };
 
 // A component with inputs and outputs; type "fltr".
-class RFilter : public ZMMultipleQueueComponent {
+class KX_EXPORT RFilter : public ZMMultipleQueueComponent {
 public:
   ~RFilter() override;
   uint32_t type() const override;
@@ -137,7 +138,7 @@ protected:
 };
 
 // A component with outputs only; type "srce". flush() does nothing.
-class RSource : public ZMMultipleQueueComponent {
+class KX_EXPORT RSource : public ZMMultipleQueueComponent {
 public:
   ~RSource() override;
   uint32_t type() const override;
@@ -148,7 +149,7 @@ protected:
 };
 
 // A component with inputs only; type "sink". flush() does nothing.
-class RSink : public ZMMultipleQueueComponent {
+class KX_EXPORT RSink : public ZMMultipleQueueComponent {
 public:
   ~RSink() override;
   uint32_t type() const override;

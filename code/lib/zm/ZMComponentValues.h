@@ -2,13 +2,14 @@
 // Small values of the component model: a component's status report and a
 // notification code. Plain values, one thread at a time.
 
+#include "base/KXExport.h"
 #include "base/RString.h"
 
 #include <cstdint>
 
 namespace KX::ZM {
 
-class CComponentStatus {
+class KX_EXPORT CComponentStatus {
 public:
   // All counts 0, empty message, no user data.
   CComponentStatus();
@@ -33,7 +34,7 @@ private:
   void* userData;
 };
 
-class CNotification {
+class KX_EXPORT CNotification {
 public:
   CNotification() : code(0) {}
   explicit CNotification(unsigned int code) : code(code) {}

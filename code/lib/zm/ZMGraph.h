@@ -20,6 +20,7 @@
 // Threads: addComponent, setQueueCapacity, start, wait and run on the host's thread;
 // waitFor, cancel and getQueue (with the queue's counters, for progress) from any.
 
+#include "base/KXExport.h"
 #include "zm/ZMComponent.h"
 
 #include <chrono>
@@ -32,7 +33,7 @@
 
 namespace KX::ZM {
 
-class ZMGraph : private ZMComponentObserver {
+class KX_EXPORT ZMGraph : private ZMComponentObserver {
 public:
   explicit ZMGraph(uint32_t defaultQueueCapacity = 8);
   // A graph still running is cancelled and joined.
