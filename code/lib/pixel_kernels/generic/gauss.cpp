@@ -70,7 +70,7 @@ void gauss5_u8(const uint8_t* src, int32_t src_step, uint8_t* dst, int32_t dst_s
   for (int32_t k = 0; k < 4; ++k) profiles5(src, src_step, k - 2, roi.width, a[k], b[k], c[k]);
   for (int32_t y = 0; y < roi.height; ++y) {
     const int32_t s0 = y % 4, s1 = (y + 1) % 4, s2 = (y + 2) % 4, s3 = (y + 3) % 4;
-    const unsigned char* fresh = sample_addr(src, src_step, y + 2, 0);
+    const unsigned char* fresh = sample_addr(src, src_step, ptrdiff_t{y} + 2, 0);
     uint8_t* d = sample_addr(dst, dst_step, y, 0);
     for (int32_t x = 0; x < roi.width; ++x) {
       const uint32_t na = gauss5_profile<uint8_t>(fresh + x, gauss5_weights[0]);
@@ -110,7 +110,7 @@ pixel_status gauss_filter_u16(const uint16_t* src, int32_t src_step, uint16_t* d
   for (int32_t y = 0; y < roi.height; ++y) {
     const unsigned char* s = sample_addr(src, src_step, y, 0);
     unsigned char* d = sample_addr(dst, dst_step, y, 0);
-    for (int32_t x = 0; x < roi.width; ++x) {
+    for (ptrdiff_t x = 0; x < roi.width; ++x) {
       const uint16_t v = mask == mask_3x3 ? gauss3_at<uint16_t>(s + 2 * x, src_step)
                                           : gauss5_at<uint16_t>(s + 2 * x, src_step);
       __builtin_memcpy(d + 2 * x, &v, sizeof v);

@@ -67,7 +67,7 @@ struct gauss3 {
   static void strip(const unsigned char* s, ptrdiff_t src_step, unsigned char* d, ptrdiff_t dst_step,
                     int32_t height) {
     row_sums<V> above = horizontal<V>(s - src_step), mid = horizontal<V>(s);
-    for (int32_t y = 0; y < height; ++y) {
+    for (ptrdiff_t y = 0; y < height; ++y) {
       const row_sums<V> below = horizontal<V>(s + (y + 1) * src_step);
       V::store(d + y * dst_step, L::template pack<V>(round<V>(above.lo, mid.lo, below.lo),
                                                      round<V>(above.hi, mid.hi, below.hi)));
@@ -174,7 +174,7 @@ struct gauss5_strips : K5 {
   template <class V>
   static void strip(const unsigned char* s, ptrdiff_t src_step, unsigned char* d, ptrdiff_t dst_step,
                     int32_t height) {
-    for (int32_t y = 0; y < height; ++y) K5::template block<V>(s + y * src_step, src_step, d + y * dst_step);
+    for (ptrdiff_t y = 0; y < height; ++y) K5::template block<V>(s + y * src_step, src_step, d + y * dst_step);
   }
 };
 
@@ -183,8 +183,8 @@ template <class K>
 inline void filter_region(const unsigned char* s, ptrdiff_t src_step, unsigned char* d, ptrdiff_t dst_step,
                           pixel_size roi) {
   constexpr ptrdiff_t size = sizeof(typename K::sample);
-  for (int32_t y = 0; y < roi.height; ++y)
-    for (int32_t x = 0; x < roi.width; ++x) K::scalar(s + y * src_step + x * size, src_step, d + y * dst_step + x * size);
+  for (ptrdiff_t y = 0; y < roi.height; ++y)
+    for (ptrdiff_t x = 0; x < roi.width; ++x) K::scalar(s + y * src_step + x * size, src_step, d + y * dst_step + x * size);
 }
 
 // Strips of V's width cover the region, the last one overlapping its neighbour
@@ -199,7 +199,7 @@ inline void filter_region(const unsigned char* s, ptrdiff_t src_step, unsigned c
     filter_region<K, Narrower...>(s, src_step, d, dst_step, roi);
     return;
   }
-  for (int32_t x = 0; x + n < roi.width; x += n)
+  for (ptrdiff_t x = 0; x + n < roi.width; x += n)
     K::template strip<V>(s + x * size, src_step, d + x * size, dst_step, roi.height);
   const ptrdiff_t last = (roi.width - n) * size;
   K::template strip<V>(s + last, src_step, d + last, dst_step, roi.height);
@@ -215,7 +215,7 @@ inline pixel_status gauss_filter_impl(const T* src, int32_t src_step, T* dst, in
     filter_region<K3, Vs...>(s, src_step, d, dst_step, roi);
   } else {
     // Row by row: the five source rows of an output row stay in L1 across it.
-    for (int32_t y = 0; y < roi.height; ++y)
+    for (ptrdiff_t y = 0; y < roi.height; ++y)
       filter_region<gauss5_strips<K5>, Vs...>(s + y * src_step, src_step, d + y * dst_step, dst_step,
                                               pixel_size{roi.width, 1});
   }
