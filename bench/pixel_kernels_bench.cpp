@@ -2,11 +2,13 @@
 // row (cache-resident) and a 1920x1080 plane, in samples per second. Beside each
 // kernel, "<kernel>/memcpy/<size>" copies as many bytes as the kernel reads and
 // writes (half of them read, half written), the floor a kernel of that size can
-// approach. scripts/bench-pixel-kernels.sh prints the median ratios.
+// approach. Buffers start on 64-byte boundaries, as line buffers from
+// aligned_alloc_64 do. scripts/bench-pixel-kernels.sh prints the median ratios.
 
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -30,9 +32,26 @@ struct size_case {
 constexpr size_case sizes[] = {{"row", 1920, 1}, {"plane", 1920, 1080}};
 
 template <class T>
-std::vector<T> random_samples(size_t n, uint64_t seed) {
+struct aligned_64 {
+  using value_type = T;
+  aligned_64() = default;
+  template <class U>
+  aligned_64(const aligned_64<U>&) {}
+  T* allocate(size_t n) {
+    void* p = std::aligned_alloc(64, (n * sizeof(T) + 63) / 64 * 64);
+    if (p == nullptr) throw std::bad_alloc();
+    return static_cast<T*>(p);
+  }
+  void deallocate(T* p, size_t) { std::free(p); }
+  bool operator==(const aligned_64&) const { return true; }
+};
+template <class T>
+using aligned_vector = std::vector<T, aligned_64<T>>;
+
+template <class T>
+aligned_vector<T> random_samples(size_t n, uint64_t seed) {
   std::mt19937_64 rng(seed);
-  std::vector<T> v(n);
+  aligned_vector<T> v(n);
   for (T& x : v) {
     if constexpr (sizeof(T) == 4) {
       x = static_cast<T>(std::uniform_real_distribution<float>(0.0f, 255.0f)(rng));
@@ -65,7 +84,7 @@ void register_kernel(const std::string& name, const dispatch_table<Fn>& table, u
   }
   const size_t half = static_cast<size_t>(bytes_moved / 2);
   benchmark::RegisterBenchmark((name + "/memcpy/" + size.name).c_str(), [=](benchmark::State& state) {
-    std::vector<unsigned char> from(half, 1), to(half);
+    aligned_vector<unsigned char> from(half, 1), to(half);
     for (auto _ : state) {
       std::memcpy(to.data(), from.data(), half);
       benchmark::ClobberMemory();
@@ -77,8 +96,8 @@ void register_kernel(const std::string& name, const dispatch_table<Fn>& table, u
 
 // Buffers live for the whole run; the lambdas hold them by shared pointer.
 template <class T>
-std::shared_ptr<std::vector<T>> shared_samples(size_t n, uint64_t seed) {
-  return std::make_shared<std::vector<T>>(random_samples<T>(n, seed));
+std::shared_ptr<aligned_vector<T>> shared_samples(size_t n, uint64_t seed) {
+  return std::make_shared<aligned_vector<T>>(random_samples<T>(n, seed));
 }
 
 void register_row_kernels(uint64_t f, size_case s) {
