@@ -343,48 +343,6 @@ TEST_P(KernelEquivalence, GaussFilterU16) {
   check_gauss<uint16_t>(gauss_filter_u16_table, index(), rng_);
 }
 
-// Bad arguments: the same status as generic, and not a byte written.
-TEST_P(KernelEquivalence, RejectsBadArgumentsLikeGeneric) {
-  const int i = index();
-  float f[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  uint8_t b[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  uint16_t w[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  guarded_bytes out(64, 0);
-  float* fo = out.as<float>();
-  for (int32_t len : {0, -1, INT32_MIN, 8}) {
-    auto same = [&](auto table, auto... args) {
-      EXPECT_EQ(table[i](args...), table[0](args...)) << pk_test::level_name(i) << " len " << len;
-    };
-    same(convert_u8_to_f32_table, static_cast<const uint8_t*>(nullptr), fo, len);
-    same(convert_u8_to_f32_table, static_cast<const uint8_t*>(b), static_cast<float*>(nullptr), len);
-    same(convert_u16_to_f32_table, static_cast<const uint16_t*>(nullptr), fo, len);
-    same(convert_f32_to_u8_table, static_cast<const float*>(f), static_cast<uint8_t*>(nullptr), len, 1, 0);
-    same(multiply_by_constant_f32_table, static_cast<const float*>(nullptr), 0.0f, fo, len);
-    same(add_f32_table, static_cast<const float*>(f), static_cast<const float*>(nullptr), fo, len);
-    same(multiply_f32_table, static_cast<const float*>(nullptr), static_cast<const float*>(f), fo, len);
-    if (len < 1) {
-      same(convert_u8_to_f32_table, static_cast<const uint8_t*>(b), fo, len);
-      same(convert_u16_to_f32_table, static_cast<const uint16_t*>(w), fo, len);
-      same(convert_f32_to_u8_table, static_cast<const float*>(f), out.data(), len, 2, 0);
-      same(multiply_by_constant_f32_table, static_cast<const float*>(f), 0.0f, fo, len);
-      same(add_f32_table, static_cast<const float*>(f), static_cast<const float*>(f), fo, len);
-      same(multiply_f32_table, static_cast<const float*>(f), static_cast<const float*>(f), fo, len);
-    }
-  }
-  uint8_t plane[64] = {};
-  for (auto [roi, sstep, dstep, mask] : {std::tuple{pixel_size{0, 3}, 8, 8, 33}, {pixel_size{3, -1}, 8, 8, 55},
-                                         {pixel_size{3, 3}, 0, 8, 33}, {pixel_size{3, 3}, 8, -8, 55},
-                                         {pixel_size{3, 3}, 8, 8, 35}, {pixel_size{0, 0}, 0, 0, 0}}) {
-    EXPECT_EQ(gauss_filter_u8_table[i](plane + 18, sstep, out.data(), dstep, roi, mask),
-              gauss_filter_u8_table[0](plane + 18, sstep, out.data(), dstep, roi, mask));
-    EXPECT_EQ(gauss_filter_u16_table[i](w + 2, sstep, out.as<uint16_t>(), dstep, roi, mask),
-              gauss_filter_u16_table[0](w + 2, sstep, out.as<uint16_t>(), dstep, roi, mask));
-    EXPECT_EQ(gauss_filter_u8_table[i](nullptr, sstep, out.data(), dstep, roi, mask), status_null_pointer);
-    EXPECT_EQ(gauss_filter_u16_table[i](w, sstep, nullptr, dstep, roi, mask), status_null_pointer);
-  }
-  EXPECT_TRUE(out.untouched(0, out.span_bytes()));
-}
-
 INSTANTIATE_TEST_SUITE_P(Levels, KernelEquivalence, testing::Range(1, kVariantCount), pk_test::level_param_name());
 
 // The tables are the designed ladder: slot 3 repeats slot 2, slot 4 repeats slot 1

@@ -164,9 +164,9 @@ TEST_P(KernelValues, Gauss5x5RoundsAt285And286) {
 }
 
 // Constant planes stay constant (the weights sum to the divisor), up to the largest
-// sums; the resizer's own call, filtering a copy's interior back into the plane,
-// leaves the outer ring as it was.
-TEST_P(KernelValues, ConstantPlanesAndTheRingStay) {
+// sums, through the resizer's own call: a copy's interior filtered back into the
+// plane.
+TEST_P(KernelValues, ConstantPlanesStayConstant) {
   for (int32_t mask : {mask_3x3, mask_5x5}) {
     const int32_t r = mask == mask_3x3 ? 1 : 2;
     for (int value : {0, 1, 128, 255}) {
@@ -184,22 +184,11 @@ TEST_P(KernelValues, ConstantPlanesAndTheRingStay) {
                 status_ok);
       EXPECT_EQ(plane.v, copy) << "value " << value << " mask " << mask;
     }
-    // A random plane: only the interior may change.
-    test_plane<uint8_t> plane(37, 11, 0);
-    for (size_t i = 0; i < plane.v.size(); ++i) plane.v[i] = static_cast<uint8_t>((i * 7919) >> 3);
-    const std::vector<uint8_t> copy = plane.v;
-    ASSERT_EQ(gauss_filter_u8_table[index()](copy.data() + r * 37 + r, 37, &plane.at(r, r), 37, {37 - 2 * r, 11 - 2 * r}, mask),
-              status_ok);
-    for (int32_t y = 0; y < 11; ++y)
-      for (int32_t x = 0; x < 37; ++x)
-        if (x < r || y < r || x >= 37 - r || y >= 11 - r) {
-          EXPECT_EQ(plane.at(x, y), copy[y * 37 + x]) << x << "," << y;
-        }
   }
 }
 
 TEST_P(KernelValues, GaussRejectsBadArgumentsInOrder) {
-  auto* fn = gauss_filter_u8_table[index()];
+  auto* fn = gauss_filter_u8_table[index()];  // the checks are shared by both sample types
   uint8_t src[64] = {}, dst[16];
   std::memset(dst, 0x77, sizeof dst);
   const uint8_t* s = src + 18;
