@@ -9,6 +9,7 @@
 #include <concepts>
 #include <cstdint>
 #include <ctime>
+#include <utility>
 
 namespace KX {
 
@@ -53,18 +54,18 @@ public:
   // Seconds truncated toward zero; the rest rounded half away from zero to
   // microseconds, without carry (2.9999999 gives 2 s and 1000000 us).
   operator struct timeval() const {
+    const auto [whole, fraction] = split(1e6);
     timeval tv{};
-    const double whole = std::trunc(seconds);
-    tv.tv_sec = static_cast<time_t>(truncate(whole));
-    tv.tv_usec = static_cast<suseconds_t>(roundAway(seconds - whole, 1e6));
+    tv.tv_sec = static_cast<time_t>(whole);
+    tv.tv_usec = static_cast<suseconds_t>(fraction);
     return tv;
   }
   // As timeval, in nanoseconds.
   operator struct timespec() const {
+    const auto [whole, fraction] = split(1e9);
     timespec ts{};
-    const double whole = std::trunc(seconds);
-    ts.tv_sec = static_cast<time_t>(truncate(whole));
-    ts.tv_nsec = static_cast<long>(roundAway(seconds - whole, 1e9));
+    ts.tv_sec = static_cast<time_t>(whole);
+    ts.tv_nsec = static_cast<long>(fraction);
     return ts;
   }
 
@@ -95,6 +96,10 @@ private:
     return truncate(seconds < 0 ? x - 0.5 : x + 0.5);
   }
   long long scaled(double scale) const { return roundAway(seconds, scale); }
+  std::pair<long long, long long> split(double scale) const {
+    const double whole = std::trunc(seconds);
+    return {truncate(whole), roundAway(seconds - whole, scale)};
+  }
 
   double seconds = 0.0;
 };

@@ -1,3 +1,4 @@
+#include "error_message.h"
 #include "test_components.h"
 #include "zm/ZMGraph.h"
 
@@ -18,15 +19,6 @@ RPtr<const RComponentConfiguration> config(std::map<std::string, std::string> va
   return new RComponentConfiguration(std::move(values));
 }
 
-std::string messageOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const KX::CException& e) {
-    return e.what();
-  }
-  return "(no exception)";
-}
-
 // The stream arrives whole and in order through a chain, whatever the capacities;
 // the queues hold no frame once done.
 TEST(ZMGraph, RunsAChainToTheEndAtEveryCapacity) {
@@ -42,15 +34,11 @@ TEST(ZMGraph, RunsAChainToTheEndAtEveryCapacity) {
       graph.addComponent("tap", tap, {"main"}, {});  // a second reader of "main"
       graph.setQueueCapacity("out", 1);
       graph.run();
-      EXPECT_EQ(graph.getQueue("main")->getCapacity(), capacity);
       EXPECT_EQ(graph.getQueue("out")->getCapacity(), 1u);
-      EXPECT_EQ(graph.getQueue("out")->getTotalNodes(), 300u);
       EXPECT_TRUE(graph.getQueue("out")->eoq());
-      EXPECT_FALSE(graph.getQueue("nothing"));
     }
     EXPECT_EQ(sink->sequences, iota(300));
     EXPECT_EQ(tap->sequences, iota(300));
-    EXPECT_EQ(sink->getName(), "sink");
   }
 }
 
@@ -82,32 +70,18 @@ TEST(ZMGraph, TheFirstErrorEndsTheRunWithoutHanging) {
   }
 }
 
-TEST(ZMGraph, ConfigureFailuresAndStatusesAreReported) {
-  {
+// A configure result or a runloop status other than 0 is an error; such a
+// component's output is not ended as if the stream were whole.
+TEST(ZMGraph, NonZeroResultsAreErrors) {
+  for (const char* key : {"configure_result", "status"}) {
     ZMGraph graph;
     graph.addComponent("src", new CountingSource(3), {}, {"main"});
-    graph.addComponent("filter", new PassFilter, {"main"}, {"out"}, config({{"configure_result", "-1"}}));
+    graph.addComponent("filter", new PassFilter, {"main"}, {"out"}, config({{key, "5"}}));
     graph.addComponent("sink", new CollectingSink, {"out"}, {});
-    EXPECT_EQ(messageOf([&] { graph.start(); }), "component 'filter': configure returned -1");
+    EXPECT_EQ(messageOf([&] { graph.run(); }), std::string(key) == "status"
+                                                   ? "component 'filter' ended with status 5"
+                                                   : "component 'filter': configure returned 5");
     EXPECT_EQ(graph.getFailedComponent(), "filter");
-    EXPECT_EQ(messageOf([&] { graph.wait(); }), "component 'filter': configure returned -1");
-  }
-  {
-    ZMGraph graph;
-    graph.addComponent("src", new CountingSource(3), {}, {"main"}, config({{"fail_at", "x"}}));
-    graph.addComponent("sink", new CollectingSink, {"main"}, {});
-    EXPECT_EQ(messageOf([&] { graph.run(); }), "configuration key 'fail_at': 'x' is not an integer");
-    EXPECT_EQ(graph.getFailedComponent(), "src");
-  }
-  {
-    // A runloop that returns non-zero is an error, and its output is not ended as if
-    // the stream were whole.
-    RPtr<CollectingSink> sink(new CollectingSink);
-    ZMGraph graph;
-    graph.addComponent("src", new CountingSource(3), {}, {"main"});
-    graph.addComponent("filter", new PassFilter, {"main"}, {"out"}, config({{"status", "5"}}));
-    graph.addComponent("sink", sink, {"out"}, {});
-    EXPECT_EQ(messageOf([&] { graph.run(); }), "component 'filter' ended with status 5");
     EXPECT_FALSE(graph.getQueue("out")->eoq());
   }
 }
@@ -157,18 +131,6 @@ TEST(ZMGraph, DestroyingARunningGraphStopsIt) {
   EXPECT_EQ(sink->sequences, iota(static_cast<uint32_t>(sink->sequences.size())));
 }
 
-struct NotQueued : RComponent {
-  uint32_t type() const override { return 0; }
-  void componentWillReset() override {}
-  int handleNotification(CNotification&) override { return 0; }
-  bool process(KX::RPtr<RFrame>) override { return false; }
-  bool process() override { return false; }
-  void flush() override {}
-  uint32_t numSimpleThreads() const override { return 0; }
-  int runloop(ulbase::object_refcount*) override { return 0; }
-  int threadrunloop(ulbase::object_refcount*) override { return 0; }
-};
-
 TEST(ZMGraph, BadGraphsAreRefusedBeforeAnythingRuns) {
   auto startError = [](const std::function<void(ZMGraph&)>& build) {
     ZMGraph graph;
@@ -198,18 +160,9 @@ TEST(ZMGraph, BadGraphsAreRefusedBeforeAnythingRuns) {
             "capacity given for queue 'typo', which no component uses");
 
   ZMGraph graph;
-  RPtr<CountingSource> source(new CountingSource(1));
-  graph.addComponent("src", source, {}, {"q"});
-  EXPECT_EQ(messageOf([&] { graph.addComponent("src", new CollectingSink, {"q"}, {}); }),
-            "two components named 'src'");
-  EXPECT_EQ(messageOf([&] { graph.addComponent("again", source, {}, {"r"}); }),
-            "component 'again' is already in the graph as 'src'");
+  graph.addComponent("src", new CountingSource(1), {}, {"q"});
   EXPECT_EQ(messageOf([&] { graph.addComponent("f", new PassFilter, {"q"}, {"q"}); }),
             "component 'f': queue 'q' connected twice");
-  EXPECT_EQ(messageOf([&] { graph.addComponent("n", new NotQueued, {}, {}); }),
-            "component 'n' is not a ZMMultipleQueueComponent");
-  EXPECT_EQ(messageOf([&] { graph.addComponent("z", nullptr, {}, {}); }), "component 'z' is null");
-  EXPECT_EQ(messageOf([&] { graph.setQueueCapacity("q", 0); }), "queue 'q': capacity must be at least 1 frame");
   EXPECT_EQ(messageOf([&] { graph.wait(); }), "the graph has not started");
 }
 
