@@ -13,8 +13,10 @@ namespace ns_video_resize {
 
 inline constexpr uint32_t kMaxTaps = 4;
 
-// What a pass reads besides its planes: the current plane's span starts, the shared
-// weights, and taps + 2 float lines as long as the longest row or column.
+// What a pass works with besides its planes: the current plane's span starts, the
+// shared weights, taps + 2 float lines as long as the longest row or column, and two
+// planes' worth of samples for transposition.
+template <class S>
 struct pass_context {
   uint32_t taps = 0;
   const uint32_t* h_index = nullptr;
@@ -22,11 +24,12 @@ struct pass_context {
   const float* h_weights[kMaxTaps] = {};
   const float* v_weights[kMaxTaps] = {};
   float* lines[kMaxTaps + 2] = {};
+  S* transposed[2] = {};
 };
 
 // dst.width x dst.height from src, which has dst's height (horizontal) or width (vertical).
 template <class S>
-using pass_fn = void (*)(const pass_context& context, const plane_buffer<S>& dst,
+using pass_fn = void (*)(const pass_context<S>& context, const plane_buffer<S>& dst,
                          const plane_buffer<S>& src);
 
 template <class S>

@@ -57,7 +57,7 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
     const plane_size dst = plane_dimensions(s.layout, p, s.dst_width, s.dst_height);
     src_planes_.push_back(plane_buffer<S>::view(src.width, src.height, kind));
     mid_planes_.emplace_back(mid.width, mid.height, kind);
-    dst_planes_.emplace_back(dst.width, dst.height, kind);
+    dst_planes_.push_back(plane_buffer<S>::view(dst.width, dst.height, kind));
     const uint32_t fields = split_into_fields(s, p) ? 1 : 0;
     plane_h_index_.push_back(
         plane_index(h_table_, dst.width, kind == plane_subsampled, src.width, taps));
@@ -65,6 +65,13 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
                                          kind == plane_subsampled, src.height >> fields, taps));
   }
 
+  const std::size_t transposed_samples =
+      std::size_t{std::max(s.src_width, s.dst_width)} * std::max(s.src_height, s.dst_height);
+  if (s.filter != filter_nearest) {
+    transposed_ = aligned_buffer<S>(2 * transposed_samples);
+    context_.transposed[0] = transposed_.data();
+    context_.transposed[1] = transposed_.data() + transposed_samples;
+  }
   const std::size_t line_length =
       (std::max({s.src_width, s.src_height, s.dst_width, s.dst_height}) + kLineAlign - 1) /
       kLineAlign * kLineAlign;
@@ -76,6 +83,8 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
     context_.v_weights[t] = v_table_.weights[t].data();
   }
 
+  out_samples_ = frame_samples(s.layout, s.dst_width, s.dst_height);
+  if (alignof(S) > 1) unaligned_output_ = aligned_buffer<S>(out_samples_);
   const std::size_t plane_samples = std::size_t{s.src_width} * s.src_height;
   if (s.prefilter_level != prefilter_none) smooth_scratch_ = aligned_buffer<S>(plane_samples);
   if (s.field_mode) {
@@ -107,35 +116,49 @@ void separable_scaler<S>::scale_plane(const plane_buffer<S>& src, const plane_bu
 }
 
 template <class S>
+S* separable_scaler<S>::output_target(uint8_t* out) const {
+  if (reinterpret_cast<uintptr_t>(out) % alignof(S) == 0) return reinterpret_cast<S*>(out);
+  return unaligned_output_.data();
+}
+
+template <class S>
+void separable_scaler<S>::finish_output(const S* target, uint8_t* out) const {
+  if (target != reinterpret_cast<const S*>(out)) std::memcpy(out, target, out_samples_ * sizeof(S));
+}
+
+template <class S>
 void separable_scaler<S>::scale_frame(S* placed, uint8_t* out) {
   smooth_frame(placed, settings_.layout, settings_.src_width, settings_.src_height,
                settings_.prefilter_level, smooth_scratch_.data());
+  S* const target = output_target(out);
   S* plane = placed;
+  S* out_plane = target;
   for (uint32_t p = 0; p < src_planes_.size(); ++p) {
     src_planes_[p].point_at(plane);
+    dst_planes_[p].point_at(out_plane);
     use_plane(p);
     scale_plane(src_planes_[p], mid_planes_[p], dst_planes_[p]);
-    const std::size_t bytes = std::size_t{dst_planes_[p].width()} * dst_planes_[p].height() * sizeof(S);
-    std::memcpy(out, dst_planes_[p].samples(), bytes);
-    out += bytes;
     plane += std::size_t{src_planes_[p].width()} * src_planes_[p].height();
+    out_plane += std::size_t{dst_planes_[p].width()} * dst_planes_[p].height();
   }
+  finish_output(target, out);
 }
 
 template <class S>
 void separable_scaler<S>::scale_fields(S* placed, uint8_t* out) {
   const uint32_t mask = settings_.prefilter_level == prefilter_strong ? smooth_5x5 : smooth_3x3;
+  S* const target = output_target(out);
   S* plane = placed;
+  S* out_plane = target;
   for (uint32_t p = 0; p < src_planes_.size(); ++p) {
     const plane_buffer<S>& src = src_planes_[p];
     const plane_buffer<S>& dst = dst_planes_[p];
     src_planes_[p].point_at(plane);
+    dst_planes_[p].point_at(out_plane);
     use_plane(p);
-    const std::size_t out_row_bytes = std::size_t{dst.width()} * sizeof(S);
     if (!split_into_fields(settings_, p)) {
       // 4:2:0 chroma: half as many rows as the frame, scaled whole by the field tables.
       scale_plane(src, mid_planes_[p], dst);
-      std::memcpy(out, dst.samples(), out_row_bytes * dst.height());
     } else {
       const uint32_t field_rows = src.height() / 2;
       const std::size_t field_samples = std::size_t{src.width()} * field_rows;
@@ -149,12 +172,14 @@ void separable_scaler<S>::scale_fields(S* placed, uint8_t* out) {
         field_mid_planes_[f].reshape(mid_planes_[p].width(), mid_planes_[p].height() / 2);
         field_dst_planes_[f].reshape(dst.width(), dst.height() / 2);
         scale_plane(field_src_planes_[f], field_mid_planes_[f], field_dst_planes_[f]);
-        weave_field(field_dst_planes_[f].samples(), out_row_bytes, dst.height() / 2, f, out);
+        weave_field(field_dst_planes_[f].samples(), std::size_t{dst.width()} * sizeof(S),
+                    dst.height() / 2, f, out_plane);
       }
     }
-    out += out_row_bytes * dst.height();
     plane += std::size_t{src.width()} * src.height();
+    out_plane += std::size_t{dst.width()} * dst.height();
   }
+  finish_output(target, out);
 }
 
 template class separable_scaler<uint8_t>;

@@ -36,7 +36,8 @@ class separable_scaler {
 public:
   explicit separable_scaler(const scaler_settings& settings);
 
-  // Scales the placed frame (smoothed in place first) into `out`, planes packed.
+  // Scales the placed frame into `out`, planes packed. With a prefilter level the
+  // placed frame is smoothed in place first; otherwise it is only read.
   void scale_frame(S* placed, uint8_t* out);
   // The same, each field of each full-height plane on its own.
   void scale_fields(S* placed, uint8_t* out);
@@ -47,6 +48,9 @@ public:
 
 private:
   void use_plane(uint32_t plane);
+  // Where the destination planes are written: `out` itself when it is aligned for S.
+  S* output_target(uint8_t* out) const;
+  void finish_output(const S* target, uint8_t* out) const;
   void scale_plane(const plane_buffer<S>& src, const plane_buffer<S>& mid,
                    const plane_buffer<S>& dst);
 
@@ -60,9 +64,12 @@ private:
   std::vector<std::vector<uint32_t>> plane_v_index_;
   std::vector<plane_buffer<S>> src_planes_;
   std::vector<plane_buffer<S>> mid_planes_;
-  std::vector<plane_buffer<S>> dst_planes_;
+  std::vector<plane_buffer<S>> dst_planes_;  // views of the output frame
+  aligned_buffer<S> unaligned_output_;       // stands in for an output not aligned for S
+  std::size_t out_samples_;
   aligned_buffer<float> line_storage_;
-  pass_context context_;
+  pass_context<S> context_;
+  aligned_buffer<S> transposed_;
   aligned_buffer<S> smooth_scratch_;
   // Field mode: both fields of one plane, and the per-field planes.
   aligned_buffer<S> field_src_;

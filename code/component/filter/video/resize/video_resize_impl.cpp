@@ -162,21 +162,32 @@ int32_t video_resize_impl<S>::process(uint32_t in_bytes, const uint8_t* in_data,
   if (in_data == nullptr) return 1;
   if (out_bytes == nullptr || out_data == nullptr || in_bytes < clip_frame_bytes_) return 0;
 
-  placement_.place_frame(in_data, in_bytes, work_.data());
   *out_bytes = frame_bytes();
   const bool scales = scan_mode_ == scan_scale && (src_width_ != dst_width_ || src_height_ != dst_height_);
+  if (placement_.identity() && !scales) {
+    std::memcpy(out_data, in_data, *out_bytes);
+    return 1;
+  }
+  // A frame that placement would only copy and nothing smooths is scaled straight
+  // from the caller's buffer; the flows then only read it.
+  S* placed = work_.data();
+  if (placement_.identity() && prefilter_level_ == prefilter_none &&
+      reinterpret_cast<uintptr_t>(in_data) % alignof(S) == 0) {
+    placed = const_cast<S*>(reinterpret_cast<const S*>(in_data));
+  } else {
+    placement_.place_frame(in_data, in_bytes, work_.data());
+  }
   if (!scales) {
-    std::memcpy(out_data, work_.data(), *out_bytes);
+    std::memcpy(out_data, placed, *out_bytes);
     return 1;
   }
   if (converter_) {
-    return field_mode_ ? converter_->scale_fields(work_.data(), out_data)
-                       : converter_->scale_frame(work_.data(), out_data);
+    return field_mode_ ? converter_->scale_fields(placed, out_data) : converter_->scale_frame(placed, out_data);
   }
   if (field_mode_) {
-    scaler_->scale_fields(work_.data(), out_data);
+    scaler_->scale_fields(placed, out_data);
   } else {
-    scaler_->scale_frame(work_.data(), out_data);
+    scaler_->scale_frame(placed, out_data);
   }
   return 1;
 }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "filter/video/resize/passes.h"
+#include "filter/video/resize/transpose.h"
 #include "filter/video/resize/video_resize_impl.h"
 #include "resize_test_support.h"
 
@@ -21,6 +22,31 @@ TEST(Scaler, NarrowingRoundsEightBitAndTruncatesSixteenBit) {
     EXPECT_EQ(narrow8[i], expected8[i]) << "sum " << sums[i];
     EXPECT_EQ(narrow16[i], expected16[i]) << "sum " << sums[i];
   }
+}
+
+template <class S>
+void expect_transposed(uint32_t width, uint32_t height) {
+  std::vector<S> in(std::size_t{width} * height), out(in.size() + 1, 0x5A);
+  for (std::size_t i = 0; i < in.size(); ++i) in[i] = static_cast<S>(i * 2654435761u >> 9);
+  transpose_plane(in.data(), width, height, out.data());
+  for (uint32_t y = 0; y < height; ++y) {
+    for (uint32_t x = 0; x < width; ++x) {
+      ASSERT_EQ(out[std::size_t{x} * height + y], in[std::size_t{y} * width + x])
+          << sizeof(S) << "-byte " << width << "x" << height << " at " << x << "," << y;
+    }
+  }
+  EXPECT_EQ(out.back(), 0x5A);
+}
+
+TEST(Scaler, TransposesWholeBlocksAndRaggedEdges) {
+  for (uint32_t w = 1; w <= 19; ++w) {
+    for (uint32_t h = 1; h <= 19; ++h) {
+      expect_transposed<uint8_t>(w, h);
+      expect_transposed<uint16_t>(w, h);
+    }
+  }
+  expect_transposed<uint8_t>(1282, 723);
+  expect_transposed<uint16_t>(723, 1282);
 }
 
 TEST(Scaler, ConstantPlanesStayConstantAtEverySizeFilterAndOrder) {
