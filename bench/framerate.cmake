@@ -1,0 +1,1 @@
+introoutro_add_benchmark(framerate_bench SOURCES framerate_bench.cpp LIBS framerate)

@@ -1,0 +1,186 @@
+#include "filter/video/framerate/framerate_core.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "filter/video/framerate/cadence.h"
+#include "filter/video/framerate/time_grid.h"
+
+namespace ns_video_framerate {
+
+framerate_core::framerate_core() = default;
+
+framerate_core::~framerate_core() {
+  for (framerate_frame* f : in_queue_) release(f);
+  for (framerate_frame* f : out_queue_) release(f);
+  release(held_frame_);
+}
+
+framerate_frame* framerate_core::pop_frame() {
+  if (out_queue_.empty()) return nullptr;
+  framerate_frame* f = out_queue_.front();
+  out_queue_.pop_front();
+  return f;
+}
+
+void framerate_core::adopt(const rate_plan& plan) {
+  params_ = plan.params;
+  layout_ = layout_of(params_.format, params_.width, params_.height);
+  frame_period_ = plan.frame_period;
+  output_rate_ = plan.output_rate;
+  src_base_ = plan.src_base;
+  dst_base_ = plan.dst_base;
+  src_ntsc_ = plan.src_ntsc;
+  dst_ntsc_ = plan.dst_ntsc;
+  dst_step_ = plan.dst_step;
+  timecode_mode_ = plan.timecode_mode;
+  decimation_ = plan.decimation;
+  configured_ = true;
+}
+
+bool framerate_core::accept(framerate_frame* f) {
+  at_end_ = f == nullptr;
+  if (!f) return configured_;
+  if (!configured_ || f->size < layout_.bytes()) {
+    release(f);
+    ++rejected_;
+    return false;
+  }
+  in_queue_.push_back(f);
+  return true;
+}
+
+framerate_frame* framerate_core::new_record(const framerate_frame& src, uint32_t bytes) {
+  auto* f = static_cast<framerate_frame*>(std::malloc(sizeof(framerate_frame)));
+  auto* data = static_cast<uint8_t*>(std::malloc(bytes ? bytes : 1));
+  const size_t alpha_bytes = layout_.luma_samples();
+  auto* alpha = src.alpha ? static_cast<uint8_t*>(std::malloc(alpha_bytes ? alpha_bytes : 1)) : nullptr;
+  if (!f || !data || (src.alpha && !alpha)) {
+    std::free(f);
+    std::free(data);
+    std::free(alpha);
+    throw std::bad_alloc();
+  }
+  if (alpha) std::memcpy(alpha, src.alpha, alpha_bytes);
+  f->data = data;
+  f->size = bytes;
+  f->duration = frame_period_;
+  f->play_time = f->decode_time = out_count_ * frame_period_ + first_time_;
+  f->sequence = out_count_;
+  f->alpha = alpha;
+  ++out_count_;
+  return f;
+}
+
+framerate_frame* framerate_core::stamp_output(const framerate_frame& src) {
+  framerate_frame* f = new_record(src, src.size);
+  std::memcpy(f->data, src.data, src.size);
+  if (params_.keep_timecode) {
+    running_timecode_ = src.timecode;
+  }
+  f->timecode = running_timecode_;
+  if (!params_.keep_timecode && timecode_mode_ != ulbase::timecode::mode_none) running_timecode_.increment();
+  return f;
+}
+
+framerate_frame* framerate_core::stamp_built(const framerate_frame& src, uint32_t bytes) {
+  framerate_frame* f = new_record(src, bytes);
+  f->timecode = running_timecode_;
+  running_timecode_.increment();
+  return f;
+}
+
+ulbase::timecode framerate_core::seed_timecode(const framerate_frame& first, ulbase::timecode::mode_type mode,
+                                               uint32_t step) const {
+  return ulbase::timecode_with_timestamp(mode, first.timecode.stream_time(), step);
+}
+
+void framerate_core::release(framerate_frame* f) {
+  if (!f) return;
+  std::free(f->data);
+  std::free(f->alpha);
+  std::free(f);
+}
+
+framerate_frame* framerate_core::take_front() {
+  framerate_frame* f = in_queue_.front();
+  in_queue_.pop_front();
+  return f;
+}
+
+void framerate_core::emit_front_copy() {
+  emit(stamp_output(*in_queue_.front()));
+  release(take_front());
+}
+
+void framerate_core::seed_cadence(ulbase::timecode::mode_type mode) {
+  if (push_count_ != 0 || in_queue_.empty()) return;
+  running_timecode_ = seed_timecode(*in_queue_.front(), mode, 1);
+  first_time_ = in_queue_.front()->play_time;
+}
+
+void framerate_core::run_time_grid() {
+  const uint32_t mode = params_.time_mode;
+  // Emits `f` for every grid instant before `limit`. A grid so far out that adding a
+  // period no longer moves it ends the run instead of spinning.
+  auto fill_until = [&](const framerate_frame& f, int64_t limit) {
+    while (grid_before(grid_ms(next_time_), limit, mode)) {
+      emit(stamp_output(f));
+      const double next = next_time_ + frame_period_;
+      if (next == next_time_) break;
+      next_time_ = next;
+    }
+  };
+
+  if (at_end_) {
+    if (!held_frame_) return;
+    fill_until(*held_frame_, grid_ms(held_frame_->play_time + held_frame_->duration));
+    release(held_frame_);
+    held_frame_ = nullptr;
+    return;
+  }
+  if (push_count_ == 0) {
+    const framerate_frame& first = *in_queue_.front();
+    if (params_.keep_timecode) {
+      running_timecode_ = first.timecode;
+    } else if (timecode_mode_ != ulbase::timecode::mode_none) {
+      running_timecode_ = seed_timecode(first, timecode_mode_, dst_step_);
+    } else {
+      running_timecode_ = ulbase::timecode(ulbase::timecode::mode_none);
+    }
+    first_time_ = grid_first_time(output_rate_, first.play_time, params_.src_rate);
+    next_time_ = grid_start(first_time_, frame_period_, mode, next_time_);
+  }
+  framerate_frame* f = in_queue_.front();
+  fill_until(*f, grid_ms(f->play_time + f->duration * 0.5));
+  in_queue_.pop_front();
+  release(held_frame_);
+  held_frame_ = f;
+}
+
+void framerate_core::run_decimation() {
+  if (in_queue_.empty()) return;
+  framerate_frame* f = take_front();
+  if (!decimation_keeps(f->sequence, decimation_)) {
+    release(f);
+    return;
+  }
+  // Kept pictures travel on as they are: only their numbering and span change.
+  f->sequence = out_count_++;
+  f->duration *= static_cast<double>(decimation_);
+  f->timecode.words[3] *= static_cast<uint32_t>(decimation_);
+  emit(f);
+}
+
+void framerate_core::run_pal_to_film() {
+  seed_cadence(ulbase::timecode::mode_24);
+  if (at_end_ || in_queue_.empty()) return;
+  if (pal_to_film_drops(in_queue_.front()->sequence)) {
+    release(take_front());
+    return;
+  }
+  emit_front_copy();
+}
+
+}  // namespace ns_video_framerate

@@ -1,0 +1,80 @@
+#pragma once
+// The converter's sample-independent part: configuration state, the queues, output
+// stamping and the methods that never look inside a picture (time grid, decimation,
+// 25 -> 24). framerate_impl<T> adds the methods that build pictures.
+
+#include <cstdint>
+#include <deque>
+
+#include "filter/video/framerate/framerate_filter.h"
+#include "filter/video/framerate/picture_layout.h"
+#include "filter/video/framerate/rate_plan.h"
+
+namespace ns_video_framerate {
+
+class framerate_core : public framerate_filter {
+public:
+  ~framerate_core() override;
+  framerate_frame* pop_frame() override;
+  uint64_t rejected_frames() const override { return rejected_; }
+
+protected:
+  framerate_core();
+  framerate_core(const framerate_core&) = delete;
+  framerate_core& operator=(const framerate_core&) = delete;
+
+  // Applies a plan to the state; the caller picks the method from plan.method.
+  void adopt(const rate_plan& plan);
+
+  // Queues f (or marks the end for null) when it is a usable record; false when the
+  // record was refused and the method must not run.
+  bool accept(framerate_frame* f);
+  void finish_step() { ++push_count_; }
+
+  // A new output record holding a copy of src's picture, stamped as the next output.
+  framerate_frame* stamp_output(const framerate_frame& src);
+  // The same stamp around a `bytes`-sized picture buffer the caller fills; the time
+  // code is the running one, which always advances (woven and mixed pictures).
+  framerate_frame* stamp_built(const framerate_frame& src, uint32_t bytes);
+  ulbase::timecode seed_timecode(const framerate_frame& first, ulbase::timecode::mode_type mode,
+                                 uint32_t step) const;
+  static void release(framerate_frame* f);
+
+  framerate_frame* take_front();
+  void emit(framerate_frame* f) { out_queue_.push_back(f); }
+  // Stamps a plain copy of the front picture, emits it and releases the picture.
+  void emit_front_copy();
+  // Both cadence methods that seed on their first step: time code and clock.
+  void seed_cadence(ulbase::timecode::mode_type mode);
+
+  void run_time_grid();
+  void run_decimation();
+  void run_pal_to_film();
+
+  framerate_params params_{};
+  picture_layout layout_{};
+  bool configured_ = false;
+  std::deque<framerate_frame*> in_queue_;
+  std::deque<framerate_frame*> out_queue_;
+  framerate_frame* held_frame_ = nullptr;
+  double frame_period_ = 0.0;
+  double output_rate_ = 0.0;
+  uint32_t src_base_ = 0, dst_base_ = 0;
+  uint32_t dst_step_ = 0;
+  bool src_ntsc_ = false, dst_ntsc_ = false;
+  uint64_t decimation_ = 0;
+  bool at_end_ = false;
+  uint32_t push_count_ = 0;
+  uint32_t out_count_ = 0;
+  double first_time_ = 0.0;
+  ulbase::timecode running_timecode_{ulbase::timecode::mode_none};
+  ulbase::timecode::mode_type timecode_mode_ = ulbase::timecode::mode_none;
+  double next_time_ = 0.0;
+  uint32_t telecine_count_ = 0;
+  uint64_t rejected_ = 0;
+
+private:
+  framerate_frame* new_record(const framerate_frame& src, uint32_t bytes);
+};
+
+}  // namespace ns_video_framerate
