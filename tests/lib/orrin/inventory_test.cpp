@@ -16,33 +16,26 @@ struct idle_converter : CVideoConverter {
   }
 };
 
-TEST(OrrinInventory, ProgramRegistrationWinsOverLibraryDefaultsAndRestores) {
-  constexpr uint32_t kOther = 0x78787878;
-  EXPECT_EQ(inventory::CreateInstance(kOther), nullptr);
+bool is_idle(CVideoConverter* created) {
+  RObject<CVideoConverter> held(created);
+  return dynamic_cast<idle_converter*>(created) != nullptr;
+}
 
-  // The library's converter, whichever way it got there first.
+TEST(OrrinInventory, ProgramRegistrationWinsOverLibraryDefaultsAndCanBeUndone) {
+  EXPECT_EQ(inventory::CreateInstance(0x78787878), nullptr);
   AddKestrelleComponentDependencies();
-  RObject<CVideoConverter> library(inventory::CreateInstance(kVideoConverterType));
-  ASSERT_TRUE(library);
-  EXPECT_EQ(dynamic_cast<idle_converter*>(library.Get()), nullptr);
-
-  auto previous = inventory::Register(
+  auto library = inventory::Register(
       kVideoConverterType, CComponentFactory<CVideoConverter>([] { return new idle_converter; }));
-  EXPECT_TRUE(previous);
+  ASSERT_TRUE(library);
   AddKestrelleComponentDependencies();  // must not put the library's converter back
-  RObject<CVideoConverter> mine(inventory::CreateInstance(kVideoConverterType));
-  EXPECT_NE(dynamic_cast<idle_converter*>(mine.Get()), nullptr);
+  EXPECT_TRUE(is_idle(inventory::CreateInstance(kVideoConverterType)));
 
-  EXPECT_FALSE(inventory::RegisterIfAbsent(kVideoConverterType, previous));
-  inventory::Register(kVideoConverterType, previous);
-  RObject<CVideoConverter> again(inventory::CreateInstance(kVideoConverterType));
-  EXPECT_EQ(dynamic_cast<idle_converter*>(again.Get()), nullptr);
-
-  // An empty factory removes the entry, and the defaults can be added again.
+  // Removing the entry lets the defaults come back.
   EXPECT_TRUE(inventory::Register(kVideoConverterType, {}));
   EXPECT_EQ(inventory::CreateInstance(kVideoConverterType), nullptr);
   AddKestrelleComponentDependencies();
-  EXPECT_NE(RObject<CVideoConverter>(inventory::CreateInstance(kVideoConverterType)).Get(), nullptr);
+  EXPECT_FALSE(is_idle(inventory::CreateInstance(kVideoConverterType)));
+  EXPECT_FALSE(inventory::RegisterIfAbsent(kVideoConverterType, library));
 }
 
 }  // namespace

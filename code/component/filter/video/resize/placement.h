@@ -20,6 +20,7 @@ struct edges {
   uint32_t right = 0;
   uint32_t top = 0;
   uint32_t bottom = 0;
+  friend bool operator==(const edges&, const edges&) = default;
 };
 
 enum : uint32_t { fit_stretch = 0, fit_crop = 1, fit_pad = 2 };

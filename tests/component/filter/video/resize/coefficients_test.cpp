@@ -58,34 +58,5 @@ TEST(Coefficients, EveryRowSumsToOneAndEveryTapStaysInside) {
   }
 }
 
-TEST(Coefficients, SameSizeBilinearPicksEachSampleWhole) {
-  const axis_table t = build_axis_table(filter_bilinear, 0.0f, 64, 64);
-  for (uint32_t x = 0; x < 64; ++x) {
-    const uint32_t hit = x == 63 ? 1 : 0;  // the last span is clamped to start at 62
-    EXPECT_EQ(t.index[x], x - hit);
-    EXPECT_EQ(t.weights[hit][x], 1.0f);
-    EXPECT_EQ(t.weights[1 - hit][x], 0.0f);
-  }
-}
-
-TEST(Coefficients, NearestTakesTheClosestSampleWithHalvesUp) {
-  // 4 -> 7 puts every other position exactly half-way.
-  const axis_table t = build_axis_table(filter_nearest, 0.0f, 4, 7);
-  const uint32_t expected[7] = {0, 1, 1, 2, 2, 3, 3};
-  for (uint32_t x = 0; x < 7; ++x) EXPECT_EQ(t.index[x], expected[x]) << "x " << x;
-  const axis_table down = build_axis_table(filter_nearest, 0.0f, 10, 4);  // 0, 3, 6, 9
-  EXPECT_EQ(down.index, (std::vector<uint32_t>{0, 3, 6, 9}));
-}
-
-TEST(Coefficients, SubsampledPlanesKeepTheirSpansInside) {
-  const axis_table t = build_axis_table(filter_cubic, -0.5f, 100, 60);
-  const std::vector<uint32_t> chroma = plane_index(t, 30, true, 50, 4);
-  ASSERT_EQ(chroma.size(), 30u);
-  for (uint32_t x = 0; x < 30; ++x) EXPECT_EQ(chroma[x], std::min(t.index[x], 46u)) << "x " << x;
-  EXPECT_EQ(plane_index(t, 60, false, 100, 4), t.index);
-  EXPECT_EQ(filter_taps(5), 0u);
-  EXPECT_EQ(kernel_weight(5, -0.5f, 0.0f), 0.0f);
-}
-
 }  // namespace
 }  // namespace ns_video_resize

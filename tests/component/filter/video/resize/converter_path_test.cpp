@@ -27,7 +27,7 @@ struct fake_behaviour {
 };
 
 // Produces pictures of the target size whose sample (x, y) of plane p is the first
-// sample of plane p of its input plus (x + 3y) % 5, rows padded as told.
+// sample of the input's plane p plus (x + 3y) % 5, rows padded as told.
 class fake_converter : public orrin::CVideoConverter {
 public:
   explicit fake_converter(fake_behaviour* b) : b_(b) {}
@@ -50,40 +50,37 @@ public:
   orrin::Result PutSample(orrin::CVideoSample* sample) override {
     const orrin::CDataReference* ref = sample->GetDataReference();
     b_->seen_stride = ref->GetStride();
-    const auto in = ref->GetLockedDataReference(orrin::kLockRead);
     const std::size_t ss = layout_.bytes_per_sample;
+    const uint8_t* in = ref->GetLockedDataReference(orrin::kLockRead).GetData();
     const std::size_t in_luma = static_cast<std::size_t>(b_->seen_width * b_->seen_height) * ss;
     const std::size_t in_chroma = in_luma >> (layout_.chroma_shift_x + layout_.chroma_shift_y);
-    const std::size_t in_plane[3] = {0, in_luma, in_luma + in_chroma};
+    uint32_t first[3] = {};
+    for (uint32_t p = 0; p < 3; ++p) std::memcpy(&first[p], in + (p == 0 ? 0 : in_luma + (p - 1) * in_chroma), ss);
 
-    const std::size_t w = static_cast<std::size_t>(b_->target_width);
-    const std::size_t h = static_cast<std::size_t>(b_->target_height);
+    const auto w = static_cast<std::size_t>(b_->target_width);
+    const auto h = static_cast<std::size_t>(b_->target_height);
     const std::size_t stride = w * ss + static_cast<std::size_t>(b_->stride_padding);
-    const std::size_t chroma_stride = stride >> layout_.chroma_shift_x;
-    const std::size_t chroma_rows = h >> layout_.chroma_shift_y;
-    const std::size_t bytes = stride * h + 2 * chroma_stride * chroma_rows - b_->missing_bytes;
+    const std::size_t rows[3] = {h, h >> layout_.chroma_shift_y, h >> layout_.chroma_shift_y};
+    const std::size_t strides[3] = {stride, stride >> layout_.chroma_shift_x, stride >> layout_.chroma_shift_x};
+    const std::size_t bytes = stride * h + 2 * strides[1] * rows[1] - b_->missing_bytes;
     orrin::RObject<orrin::CByteArray> block(new orrin::CByteArray(bytes));
     std::memset(block->GetData(), 0xEE, bytes);
-    uint8_t* plane = block->GetData();
-    for (int p = 0; p < 3; ++p) {
-      uint32_t first = 0;
-      std::memcpy(&first, in.GetData() + in_plane[p], ss);
-      const std::size_t pw = p == 0 ? w : w >> layout_.chroma_shift_x;
-      const std::size_t ph = p == 0 ? h : chroma_rows;
-      const std::size_t ps = p == 0 ? stride : chroma_stride;
-      for (std::size_t y = 0; y < ph; ++y) {
-        for (std::size_t x = 0; x < pw; ++x) {
-          const uint32_t v = first + (x + 3 * y) % 5;
-          uint8_t* at = plane + y * ps + x * ss;
-          if (at + ss <= block->GetData() + bytes) std::memcpy(at, &v, ss);
+    std::size_t start = 0;
+    for (uint32_t p = 0; p < 3; ++p) {
+      const std::size_t width = p == 0 ? w : w >> layout_.chroma_shift_x;
+      for (std::size_t y = 0; y < rows[p]; ++y) {
+        for (std::size_t x = 0; x < width; ++x) {
+          const uint32_t v = first[p] + (x + 3 * y) % 5;
+          const std::size_t at = start + y * strides[p] + x * ss;
+          if (at + ss <= bytes) std::memcpy(block->GetData() + at, &v, ss);
         }
       }
-      plane += ps * ph;
+      start += strides[p] * rows[p];
     }
     for (int i = 0; i < b_->samples_per_picture; ++i) {
       orrin::RObject<orrin::CVideoSample> out(new orrin::CVideoSample(0, 1000, 0));
-      out->SetDataReference(new orrin::CPixelBufferDataReference(block.Get(), b_->target_width,
-                                                                 b_->target_height, static_cast<long>(stride)));
+      out->SetDataReference(new orrin::CPixelBufferDataReference(
+          block.Get(), b_->target_width, b_->target_height, static_cast<long>(stride)));
       queue_.push_back(out);
     }
     return orrin::Result(orrin::kResultOk);
@@ -209,10 +206,7 @@ TEST_F(ConverterPath, FieldsAreConvertedOneAtATimeAndWovenBack) {
     behaviour_ = {};
     behaviour_.stride_padding = 24;
     auto r = make_resizer(format);
-    resize_args a{24, 16, 16, 8, format};
-    a.scan_mode = 2;
-    a.prefilter = 2;
-    ASSERT_EQ(configure(*r, a), 1);
+    ASSERT_EQ(configure(*r, resize_args{24, 16, 16, 8, format} | [](auto& a) { a.scan_mode = 2, a.prefilter = 2; }), 1);
     EXPECT_EQ(behaviour_.seen_height, 4);
     EXPECT_EQ(behaviour_.target_height, 8);
 

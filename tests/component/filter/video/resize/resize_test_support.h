@@ -25,6 +25,13 @@ struct resize_args {
   uint32_t filter = 0, prefilter = 0, fill = 0;
 };
 
+// resize_args{...} | [](resize_args& a) { a.filter = 2; }: a copy with some changes.
+template <class Change>
+resize_args operator|(resize_args a, Change change) {
+  change(a);
+  return a;
+}
+
 inline int32_t configure(kx_resize& r, const resize_args& a) {
   return r.configure(a.dst_width, a.dst_height, a.src_width, a.src_height, a.format, a.crops.left,
                      a.crops.right, a.crops.top, a.crops.bottom, a.aspect_mode, a.aspect_num,

@@ -32,10 +32,9 @@ TEST(ZimgAgreement, ConverterAndOwnCubicAgreeOnASmoothPicture) {
     auto through_converter = make_resizer(j.format);
     ASSERT_EQ(configure(*through_converter, {j.dst_w, j.dst_h, j.src_w, j.src_h, j.format}), 1);
     auto own = make_resizer(j.format);
-    resize_args cubic{j.dst_w, j.dst_h, j.src_w, j.src_h, j.format};
-    cubic.filter = 2;
-    cubic.cubic_a = -0.5f;
-    ASSERT_EQ(configure(*own, cubic), 1);
+    ASSERT_EQ(configure(*own, resize_args{j.dst_w, j.dst_h, j.src_w, j.src_h, j.format} |
+                                  [](auto& a) { a.filter = 2, a.cubic_a = -0.5f; }),
+              1);
 
     int32_t result = 0;
     const frame a = run(*through_converter, j.format, j.dst_w, j.dst_h, in, &result);
