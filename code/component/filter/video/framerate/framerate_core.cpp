@@ -73,14 +73,26 @@ framerate_frame* framerate_core::new_record(const framerate_frame& src, uint32_t
   return f;
 }
 
-framerate_frame* framerate_core::stamp_output(const framerate_frame& src) {
-  framerate_frame* f = new_record(src, src.size);
-  std::memcpy(f->data, src.data, src.size);
+void framerate_core::stamp_source_timecode(framerate_frame* f, const framerate_frame& src) {
   if (params_.keep_timecode) {
     running_timecode_ = src.timecode;
   }
   f->timecode = running_timecode_;
   if (!params_.keep_timecode && timecode_mode_ != ulbase::timecode::mode_none) running_timecode_.increment();
+}
+
+framerate_frame* framerate_core::stamp_output(const framerate_frame& src) {
+  framerate_frame* f = new_record(src, src.size);
+  std::memcpy(f->data, src.data, src.size);
+  stamp_source_timecode(f, src);
+  return f;
+}
+
+framerate_frame* framerate_core::stamp_rebuilt(const framerate_frame& src) {
+  framerate_frame* f = new_record(src, src.size);
+  const size_t picture = layout_.bytes();
+  std::memcpy(f->data + picture, src.data + picture, src.size - picture);
+  stamp_source_timecode(f, src);
   return f;
 }
 
@@ -101,6 +113,12 @@ void framerate_core::release(framerate_frame* f) {
   std::free(f->data);
   std::free(f->alpha);
   std::free(f);
+}
+
+void framerate_core::withdraw(framerate_frame* f) {
+  running_timecode_ = f->timecode;
+  --out_count_;
+  release(f);
 }
 
 framerate_frame* framerate_core::take_front() {

@@ -33,12 +33,18 @@ protected:
 
   // A new output record holding a copy of src's picture, stamped as the next output.
   framerate_frame* stamp_output(const framerate_frame& src);
+  // The same stamp around src.size bytes the caller fills with a picture built from
+  // src (the part of a longer record beyond the picture is copied from src).
+  framerate_frame* stamp_rebuilt(const framerate_frame& src);
   // The same stamp around a `bytes`-sized picture buffer the caller fills; the time
   // code is the running one, which always advances (woven and mixed pictures).
   framerate_frame* stamp_built(const framerate_frame& src, uint32_t bytes);
   ulbase::timecode seed_timecode(const framerate_frame& first, ulbase::timecode::mode_type mode,
                                  uint32_t step) const;
   static void release(framerate_frame* f);
+  // Undoes the stamp of the newest output f: releases it and gives its number and
+  // time code back, so the stream shows no gap.
+  void withdraw(framerate_frame* f);
 
   framerate_frame* take_front();
   void emit(framerate_frame* f) { out_queue_.push_back(f); }
@@ -75,6 +81,7 @@ protected:
 
 private:
   framerate_frame* new_record(const framerate_frame& src, uint32_t bytes);
+  void stamp_source_timecode(framerate_frame* f, const framerate_frame& src);
 };
 
 }  // namespace ns_video_framerate

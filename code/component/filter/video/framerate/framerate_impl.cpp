@@ -21,6 +21,7 @@ int framerate_impl<T>::configure(framerate_params& p) {
     case method_kind::inverse_telecine:
       method_ = &framerate_impl::run_inverse_telecine;
       motion_mask_.assign(layout_.luma_samples(), 0);
+      mask_rows_.assign(4 * size_t{layout_.width}, 0);
       break;
   }
   const bool keep_timecode = p.keep_timecode;
@@ -111,11 +112,6 @@ void framerate_impl<T>::run_telecine() {
   // One picture of look-ahead stays queued: the group needs to know the stream goes on.
   if (in_queue_.size() < 5) return;
   emit_telecine_group(false);
-}
-
-template <class T>
-void framerate_impl<T>::run_inverse_telecine() {
-  while (!in_queue_.empty()) emit_front_copy();
 }
 
 template class framerate_impl<uint8_t>;

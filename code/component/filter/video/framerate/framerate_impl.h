@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "filter/video/framerate/framerate_core.h"
+#include "filter/video/framerate/ivtc/cadence_lock.h"
 
 namespace ns_video_framerate {
 
@@ -28,8 +29,24 @@ private:
   // `plain` set, just the four copies (the drift rule).
   void emit_telecine_group(bool plain);
 
+  // Inverse telecine (ivtc/ivtc_method.cpp).
+  void ivtc_prime();
+  // Motion mask of prev -> next, then next's comb level and the two field differences.
+  void ivtc_measure(const framerate_frame& prev, const framerate_frame& next);
+  float ivtc_comb(const framerate_frame& f) const;
+  framerate_frame* ivtc_weave(const framerate_frame& a, const framerate_frame& b, int parity);
+  framerate_frame* ivtc_interpolate(const framerate_frame& f, int parity);
+  void ivtc_fixed_step();
+  void ivtc_adaptive_step();
+  void ivtc_accept_weave();
+  void ivtc_emit_on_track(framerate_frame* o);
+  void ivtc_tail();
+
   method_fn method_ = &framerate_impl::run_time_grid;
-  std::vector<uint8_t> motion_mask_;
+  std::vector<uint8_t> motion_mask_;  // width x height, 255 where the newest pictures differ
+  std::vector<uint8_t> mask_rows_;    // scratch rows for building the mask
+  ivtc_histories histories_;
+  cadence_lock lock_;
 };
 
 extern template class framerate_impl<uint8_t>;
