@@ -49,13 +49,17 @@ void filter_rows(const pass_context<S>& c, const uint32_t* index, const float* c
 }
 
 // Column x of dst weighs the columns of src by h_weights[.][x]: the same sums as the
-// vertical pass makes, so it is one, on the transposed planes.
+// vertical pass makes, so it is one, on transposed bands of kBandRows rows (small
+// enough for the transposed copies to stay in the second-level cache).
 template <class S>
 void weighted_horizontal(const pass_context<S>& c, const plane_buffer<S>& dst,
                          const plane_buffer<S>& src) {
-  transpose_plane(src.samples(), src.width(), src.height(), c.transposed[0]);
-  filter_rows(c, c.h_index, c.h_weights, c.transposed[0], c.transposed[1], src.height(), dst.width());
-  transpose_plane(c.transposed[1], dst.height(), dst.width(), dst.samples());
+  for (uint32_t y = 0; y < src.height(); y += kBandRows) {
+    const uint32_t rows = std::min(kBandRows, src.height() - y);
+    transpose_plane(src.row(y), src.width(), rows, c.transposed[0]);
+    filter_rows(c, c.h_index, c.h_weights, c.transposed[0], c.transposed[1], rows, dst.width());
+    transpose_plane(c.transposed[1], rows, dst.width(), dst.row(y));
+  }
 }
 
 template <class S>

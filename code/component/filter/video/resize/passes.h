@@ -13,9 +13,12 @@ namespace ns_video_resize {
 
 inline constexpr uint32_t kMaxTaps = 4;
 
+// The horizontal pass works on bands of this many rows.
+inline constexpr uint32_t kBandRows = 256;
+
 // What a pass works with besides its planes: the current plane's span starts, the
 // shared weights, taps + 2 float lines as long as the longest row or column, and two
-// planes' worth of samples for transposition.
+// bands of kBandRows rows (of the longest row) for transposition.
 template <class S>
 struct pass_context {
   uint32_t taps = 0;

@@ -65,8 +65,7 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
                                          kind == plane_subsampled, src.height >> fields, taps));
   }
 
-  const std::size_t transposed_samples =
-      std::size_t{std::max(s.src_width, s.dst_width)} * std::max(s.src_height, s.dst_height);
+  const std::size_t transposed_samples = std::size_t{std::max(s.src_width, s.dst_width)} * kBandRows;
   if (s.filter != filter_nearest) {
     transposed_ = aligned_buffer<S>(2 * transposed_samples);
     context_.transposed[0] = transposed_.data();
