@@ -64,8 +64,8 @@ struct resizer_deleter {
 void resize(benchmark::State& state, job j, format f, uint32_t filter) {
   std::unique_ptr<ns_video_resize::kx_resize, resizer_deleter> r(
       ns_video_resize::create_video_resize(static_cast<int32_t>(f.code)));
-  if (r->configure(j.dst_width, j.dst_height, j.src_width, j.src_height, f.code, 0, 0, 0, 0, 0, 0, 0,
-                   0, 0, -0.5f, filter, 0, 0, 0) != 1) {
+  if (r->configure(j.dst_width, j.dst_height, j.src_width, j.src_height, f.code, 0, 0, 0, 0, 0, 0,
+                   0, 0, 0, -0.5f, filter, 0, 0, 0) != 1) {
     state.SkipWithError("configure failed");
     return;
   }
@@ -80,8 +80,8 @@ void resize(benchmark::State& state, job j, format f, uint32_t filter) {
     benchmark::DoNotOptimize(out.data());
     benchmark::ClobberMemory();
   }
-  state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()),
-                                             benchmark::Counter::kIsRate);
+  state.counters["fps"] =
+      benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
 struct aligned_delete {
@@ -145,16 +145,16 @@ void direct_zimg(benchmark::State& state, job j, format f, zimg_cpu_type_e cpu) 
     out_offset += std::size_t{out_w} * out_h;
   }
   for (auto _ : state) {
-    if (zimg_filter_graph_process(graph.get(), &in_buffer, &out_buffer, tmp.get(), nullptr,
-                                  nullptr, nullptr, nullptr) != ZIMG_ERROR_SUCCESS) {
+    if (zimg_filter_graph_process(graph.get(), &in_buffer, &out_buffer, tmp.get(), nullptr, nullptr,
+                                  nullptr, nullptr) != ZIMG_ERROR_SUCCESS) {
       state.SkipWithError("zimg process");
       break;
     }
     benchmark::DoNotOptimize(out.get());
     benchmark::ClobberMemory();
   }
-  state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()),
-                                             benchmark::Counter::kIsRate);
+  state.counters["fps"] =
+      benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
 const bool registered = [] {
@@ -162,12 +162,19 @@ const bool registered = [] {
     for (const format& f : kFormats) {
       const std::string suffix = std::string("/") + j.name + "/" + f.name;
       const auto ms = benchmark::kMillisecond;
-      benchmark::RegisterBenchmark(("Zimg/auto64" + suffix).c_str(), direct_zimg, j, f, ZIMG_CPU_AUTO_64B)->Unit(ms);
-      benchmark::RegisterBenchmark(("Zimg/auto" + suffix).c_str(), direct_zimg, j, f, ZIMG_CPU_AUTO)->Unit(ms);
-      benchmark::RegisterBenchmark(("Resize/converter" + suffix).c_str(), resize, j, f, 0u)->Unit(ms);
-      benchmark::RegisterBenchmark(("Resize/own_bilinear" + suffix).c_str(), resize, j, f, 1u)->Unit(ms);
-      benchmark::RegisterBenchmark(("Resize/own_cubic" + suffix).c_str(), resize, j, f, 2u)->Unit(ms);
-      benchmark::RegisterBenchmark(("Resize/own_nearest" + suffix).c_str(), resize, j, f, 4u)->Unit(ms);
+      benchmark::RegisterBenchmark(("Zimg/auto64" + suffix).c_str(), direct_zimg, j, f,
+                                   ZIMG_CPU_AUTO_64B)
+          ->Unit(ms);
+      benchmark::RegisterBenchmark(("Zimg/auto" + suffix).c_str(), direct_zimg, j, f, ZIMG_CPU_AUTO)
+          ->Unit(ms);
+      benchmark::RegisterBenchmark(("Resize/converter" + suffix).c_str(), resize, j, f, 0u)
+          ->Unit(ms);
+      benchmark::RegisterBenchmark(("Resize/own_bilinear" + suffix).c_str(), resize, j, f, 1u)
+          ->Unit(ms);
+      benchmark::RegisterBenchmark(("Resize/own_cubic" + suffix).c_str(), resize, j, f, 2u)
+          ->Unit(ms);
+      benchmark::RegisterBenchmark(("Resize/own_nearest" + suffix).c_str(), resize, j, f, 4u)
+          ->Unit(ms);
     }
   }
   return true;

@@ -40,7 +40,9 @@ public:
   RObject(const RObject& other) noexcept : object_(other.object_) { retain(); }
   RObject(RObject&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <class U>
-  RObject(const RObject<U>& other) noexcept : object_(other.Get()) { retain(); }
+  RObject(const RObject<U>& other) noexcept : object_(other.Get()) {
+    retain();
+  }
   ~RObject() { release(); }
 
   RObject& operator=(RObject other) noexcept {

@@ -8,7 +8,7 @@ namespace Quorvane::Orrin {
 
 enum : int {
   kResultOk = 0,
-  kResultNoSample = 1,            // GetSample: nothing queued; put another sample first
+  kResultNoSample = 1,  // GetSample: nothing queued; put another sample first
   kResultInvalidArgument = -1,
   kResultUnsupportedFormat = -2,
   kResultNotPrepared = -3,

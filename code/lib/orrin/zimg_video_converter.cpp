@@ -72,11 +72,18 @@ bool is_aligned(const uint8_t* base, const plane_offsets& p) {
 
 bool set_filter(long code, zimg_resample_filter_e* filter, double* a, double* b) {
   switch (code) {
-    case kVrcFilterBicubic: *filter = ZIMG_RESIZE_BICUBIC; *a = 0.0; *b = 0.5; return true;
+    case kVrcFilterBicubic:
+      *filter = ZIMG_RESIZE_BICUBIC;
+      *a = 0.0;
+      *b = 0.5;
+      return true;
     case kVrcFilterBilinear: *filter = ZIMG_RESIZE_BILINEAR; return true;
     case kVrcFilterPoint: *filter = ZIMG_RESIZE_POINT; return true;
     case kVrcFilterSpline36: *filter = ZIMG_RESIZE_SPLINE36; return true;
-    case kVrcFilterLanczos3: *filter = ZIMG_RESIZE_LANCZOS; *a = 3.0; return true;
+    case kVrcFilterLanczos3:
+      *filter = ZIMG_RESIZE_LANCZOS;
+      *a = 3.0;
+      return true;
     default: return false;
   }
 }
@@ -108,6 +115,8 @@ public:
   Result GetSample(RObject<CVideoSample>& sample) override;
 
 private:
+  Result prepare();
+  Result put_sample(CVideoSample* sample);
   Result scale(const uint8_t* in, const plane_offsets& in_planes, uint8_t* out);
   RObject<CByteArray> output_block();
 
@@ -123,7 +132,26 @@ private:
   std::deque<RObject<CVideoSample>> pending_;
 };
 
+// Allocation failures become a result, as every other failure of the library.
 Result zimg_video_converter::Prepare() {
+  try {
+    return prepare();
+  } catch (const std::bad_alloc&) {
+    graph_.reset();
+    SetOutputProperties(nullptr);
+    return Result(kResultOutOfMemory);
+  }
+}
+
+Result zimg_video_converter::PutSample(CVideoSample* sample) {
+  try {
+    return put_sample(sample);
+  } catch (const std::bad_alloc&) {
+    return Result(kResultOutOfMemory);
+  }
+}
+
+Result zimg_video_converter::prepare() {
   SetOutputProperties(nullptr);
   graph_.reset();
   pending_.clear();
@@ -171,8 +199,9 @@ Result zimg_video_converter::Prepare() {
   out_width_ = width;
   out_height_ = height;
   // Luma stride a multiple of 64 << shift keeps every chroma stride a multiple of 64.
-  const std::size_t out_stride = round_up(static_cast<std::size_t>(width) * layout_.bytes_per_sample,
-                                          kAlignment << layout_.chroma_shift_x);
+  const std::size_t out_stride =
+      round_up(static_cast<std::size_t>(width) * layout_.bytes_per_sample,
+               kAlignment << layout_.chroma_shift_x);
   out_planes_ = layout_planes(layout_, width, height, out_stride);
   out_bytes_ = out_planes_.end;
 
@@ -185,7 +214,7 @@ Result zimg_video_converter::Prepare() {
   return Result(kResultOk);
 }
 
-Result zimg_video_converter::PutSample(CVideoSample* sample) {
+Result zimg_video_converter::put_sample(CVideoSample* sample) {
   if (!graph_ || !GetOutputProperties()) return Result(kResultNotPrepared);
   if (sample == nullptr || sample->GetDataReference() == nullptr) {
     return Result(kResultInvalidArgument);
@@ -197,7 +226,8 @@ Result zimg_video_converter::PutSample(CVideoSample* sample) {
   const std::size_t row_bytes = static_cast<std::size_t>(in_width_) * layout_.bytes_per_sample;
   const long stride = reference.GetStride();
   const std::size_t in_stride = stride == 0 ? row_bytes : static_cast<std::size_t>(stride);
-  if (stride < 0 || in_stride < row_bytes || in_stride % (std::size_t{1} << layout_.chroma_shift_x) != 0) {
+  if (stride < 0 || in_stride < row_bytes ||
+      in_stride % (std::size_t{1} << layout_.chroma_shift_x) != 0) {
     return Result(kResultInvalidArgument);
   }
   const plane_offsets in_planes = layout_planes(layout_, in_width_, in_height_, in_stride);
@@ -235,18 +265,21 @@ RObject<CByteArray> zimg_video_converter::output_block() {
   return spare_;
 }
 
-Result zimg_video_converter::scale(const uint8_t* in, const plane_offsets& in_planes, uint8_t* out) {
+Result zimg_video_converter::scale(const uint8_t* in, const plane_offsets& in_planes,
+                                   uint8_t* out) {
   if (!is_aligned(in, in_planes)) {
     if (!staging_) {
-      const std::size_t stride = round_up(static_cast<std::size_t>(in_width_) * layout_.bytes_per_sample,
-                                          kAlignment << layout_.chroma_shift_x);
+      const std::size_t stride =
+          round_up(static_cast<std::size_t>(in_width_) * layout_.bytes_per_sample,
+                   kAlignment << layout_.chroma_shift_x);
       staging_planes_ = layout_planes(layout_, in_width_, in_height_, stride);
       staging_ = allocate_aligned(staging_planes_.end);
     }
     for (int p = 0; p < 3; ++p) {
       const std::size_t shift_x = p == 0 ? 0 : layout_.chroma_shift_x;
       const std::size_t shift_y = p == 0 ? 0 : layout_.chroma_shift_y;
-      const std::size_t row_bytes = (static_cast<std::size_t>(in_width_) >> shift_x) * layout_.bytes_per_sample;
+      const std::size_t row_bytes =
+          (static_cast<std::size_t>(in_width_) >> shift_x) * layout_.bytes_per_sample;
       const std::size_t rows = static_cast<std::size_t>(in_height_) >> shift_y;
       for (std::size_t y = 0; y < rows; ++y) {
         std::memcpy(staging_.get() + staging_planes_.plane[p] + y * staging_planes_.stride[p],

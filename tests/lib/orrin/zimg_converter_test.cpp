@@ -52,13 +52,15 @@ unsigned read_sample(uint32_t fourcc, const uint8_t* at) {
 
 // A picture whose sample (plane, x, y) is value(plane, x, y).
 template <class Fn>
-RObject<CVideoSample> make_picture(uint32_t fourcc, long width, long height, long stride, Fn value) {
+RObject<CVideoSample> make_picture(uint32_t fourcc, long width, long height, long stride,
+                                   Fn value) {
   RObject<CByteArray> block(new CByteArray(static_cast<std::size_t>(stride) * height * 3));
   std::memset(block->GetData(), 0, block->GetLength());
-  for_each_sample(fourcc, width, height, stride, block->GetData(), [&](int p, long x, long y, uint8_t* at) {
-    const uint16_t v = static_cast<uint16_t>(value(p, x, y));
-    std::memcpy(at, &v, DescribePictureFormat(fourcc)->bytes_per_sample);
-  });
+  for_each_sample(fourcc, width, height, stride, block->GetData(),
+                  [&](int p, long x, long y, uint8_t* at) {
+                    const uint16_t v = static_cast<uint16_t>(value(p, x, y));
+                    std::memcpy(at, &v, DescribePictureFormat(fourcc)->bytes_per_sample);
+                  });
   RObject<CVideoSample> sample(new CVideoSample(40, 1000, 40));
   sample->SetDataReference(new CPixelBufferDataReference(block.Get(), width, height, stride));
   return sample;
@@ -75,14 +77,17 @@ RObject<CVideoSample> convert_one(CVideoConverter& converter, CVideoSample* in) 
 }
 
 TEST(OrrinZimgConverter, EveryFormatKeepsEachPlaneConstantAtItsPlace) {
-  struct size { long w, h; };
+  struct size {
+    long w, h;
+  };
   for (uint32_t fourcc : {kFourccI420, kFourccI422, kFourccI444, kFourccI2AL}) {
     const PictureLayout layout = *DescribePictureFormat(fourcc);
     const unsigned level[3] = {layout.bytes_per_sample == 1 ? 50u : 12000u,
                                layout.bytes_per_sample == 1 ? 100u : 30000u,
                                layout.bytes_per_sample == 1 ? 200u : 60000u};
     for (size out : {size{1280, 720}, size{352, 240}}) {
-      SCOPED_TRACE(testing::Message() << std::hex << fourcc << std::dec << " to " << out.w << "x" << out.h);
+      SCOPED_TRACE(testing::Message()
+                   << std::hex << fourcc << std::dec << " to " << out.w << "x" << out.h);
       Result prepared;
       auto converter = make_converter(fourcc, 720, 480, out.w, out.h, &prepared);
       ASSERT_EQ(prepared.GetResultCode(), kResultOk);
@@ -124,7 +129,9 @@ TEST(OrrinZimgConverter, PackedInputZimgCannotReadInPlaceGivesTheSameResult) {
   Result prepared;
   auto converter = make_converter(kFourccI420, 720, 576, 1024, 576, &prepared);
   ASSERT_FALSE(prepared.Failed());
-  const auto ramp = [](int p, long x, long y) { return static_cast<unsigned>((x * 3 + y * 5 + p * 40) % 256); };
+  const auto ramp = [](int p, long x, long y) {
+    return static_cast<unsigned>((x * 3 + y * 5 + p * 40) % 256);
+  };
   auto packed = convert_one(*converter, make_picture(kFourccI420, 720, 576, 720, ramp).Get());
   auto aligned = convert_one(*converter, make_picture(kFourccI420, 720, 576, 768, ramp).Get());
   const auto a = packed->GetDataReference()->GetLockedDataReference(kLockRead);
@@ -169,13 +176,13 @@ TEST(OrrinZimgConverter, OutputHeldByTheCallerIsNeverOverwritten) {
   Result prepared;
   auto converter = make_converter(kFourccI420, 64, 64, 128, 128, &prepared);
   ASSERT_FALSE(prepared.Failed());
-  const auto flat = [](unsigned level) {
-    return [level](int, long, long) { return level; };
-  };
+  const auto flat = [](unsigned level) { return [level](int, long, long) { return level; }; };
   auto first = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(10)).Get());
-  const uint8_t* first_data = first->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  const uint8_t* first_data =
+      first->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
   auto second = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(20)).Get());
-  const uint8_t* second_data = second->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  const uint8_t* second_data =
+      second->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
   EXPECT_NE(first_data, second_data);
   EXPECT_EQ(first_data[0], 10);
   EXPECT_EQ(second_data[0], 20);
@@ -184,7 +191,8 @@ TEST(OrrinZimgConverter, OutputHeldByTheCallerIsNeverOverwritten) {
   first.Reset();
   second.Reset();
   auto third = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(30)).Get());
-  const uint8_t* third_data = third->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  const uint8_t* third_data =
+      third->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
   EXPECT_EQ(third_data, second_data);
   EXPECT_EQ(third_data[0], 30);
 }
@@ -198,7 +206,8 @@ TEST(OrrinZimgConverter, FilterPropertySelectsPointSampling) {
     auto out = convert_one(*converter, make_picture(kFourccI444, 64, 8, 64, ramp).Get());
     const uint8_t* row = out->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
     std::set<unsigned> values(row, row + 192);
-    const bool all_from_input = std::all_of(values.begin(), values.end(), [](unsigned v) { return v % 4 == 0; });
+    const bool all_from_input =
+        std::all_of(values.begin(), values.end(), [](unsigned v) { return v % 4 == 0; });
     EXPECT_EQ(all_from_input, filter == kVrcFilterPoint) << "filter " << filter;
   }
 }

@@ -14,7 +14,8 @@ class aligned_buffer {
 public:
   aligned_buffer() = default;
   explicit aligned_buffer(std::size_t count)
-      : data_(static_cast<T*>(::operator new(count * sizeof(T), std::align_val_t{64}))), size_(count) {
+      : data_(static_cast<T*>(::operator new(count * sizeof(T), std::align_val_t{64}))),
+        size_(count) {
     std::memset(static_cast<void*>(data_.get()), 0, count * sizeof(T));
   }
 

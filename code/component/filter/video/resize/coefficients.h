@@ -23,8 +23,8 @@ uint32_t filter_taps(uint32_t filter) noexcept;
 float kernel_weight(uint32_t filter, float cubic_a, float d) noexcept;
 
 struct axis_table {
-  std::vector<uint32_t> index;               // first source sample of each span
-  std::vector<std::vector<float>> weights;   // [tap][destination sample]
+  std::vector<uint32_t> index;              // first source sample of each span
+  std::vector<std::vector<float>> weights;  // [tap][destination sample]
 };
 
 // Needs src_len >= taps and dst_len >= 2. A span that would start before the first

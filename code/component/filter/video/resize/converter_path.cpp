@@ -18,8 +18,9 @@ bool converter_path::set_up(const format_layout& layout, uint32_t src_width, uin
   out_bytes_ = frame_samples(layout, dst_width, dst_rows) * layout.sample_bytes;
 
   orrin::AddKestrelleComponentDependencies();
-  converter_.Reset(orrin::CComponentInventory<orrin::CComponentFactory<orrin::CVideoConverter>>::
-                       CreateInstance(orrin::kVideoConverterType));
+  converter_.Reset(
+      orrin::CComponentInventory<orrin::CComponentFactory<orrin::CVideoConverter>>::CreateInstance(
+          orrin::kVideoConverterType));
   if (!converter_) return false;
 
   orrin::RObject<orrin::CVideoProperties> properties(new orrin::CVideoProperties(nullptr));
@@ -89,7 +90,8 @@ bool converter_path::copy_picture(const orrin::CVideoSample& sample, uint8_t* ds
   const plane_size chroma = plane_dimensions(layout_, layout_.full_planes, dst_width_, dst_rows_);
   const std::size_t chroma_row_bytes = std::size_t{chroma.width} * layout_.sample_bytes;
   const std::size_t chroma_start = luma_stride * dst_rows_;
-  const std::size_t end = chroma_start + chroma_stride * (2 * std::size_t{chroma.height} - 1) + chroma_row_bytes;
+  const std::size_t end =
+      chroma_start + chroma_stride * (2 * std::size_t{chroma.height} - 1) + chroma_row_bytes;
   if (chroma.height == 0 || lock.GetLength() < end) return false;
 
   const uint8_t* from = lock.GetData();
@@ -104,11 +106,15 @@ bool converter_path::copy_picture(const orrin::CVideoSample& sample, uint8_t* ds
 
 template <class S>
 converter_scaler<S>::converter_scaler(const format_layout& layout, uint32_t src_width,
-                                      uint32_t src_height, uint32_t dst_width,
-                                      uint32_t dst_height, bool field_mode,
-                                      uint32_t prefilter_level)
-    : layout_(layout), src_width_(src_width), src_height_(src_height), dst_width_(dst_width),
-      dst_height_(dst_height), field_mode_(field_mode), prefilter_level_(prefilter_level) {}
+                                      uint32_t src_height, uint32_t dst_width, uint32_t dst_height,
+                                      bool field_mode, uint32_t prefilter_level)
+    : layout_(layout),
+      src_width_(src_width),
+      src_height_(src_height),
+      dst_width_(dst_width),
+      dst_height_(dst_height),
+      field_mode_(field_mode),
+      prefilter_level_(prefilter_level) {}
 
 template <class S>
 bool converter_scaler<S>::set_up() {

@@ -96,7 +96,9 @@ void narrow_row(const float* sums, uint16_t* dst, uint32_t len) {
   for (uint32_t x = 0; x < len; ++x) {
     const float v = sums[x];
     // Written so that NaN, too, stores 0.
-    dst[x] = !(v > 0.0f) ? 0 : v >= 65535.0f ? 65535 : static_cast<uint16_t>(static_cast<int32_t>(v));
+    dst[x] = !(v > 0.0f)     ? 0
+             : v >= 65535.0f ? 65535
+                             : static_cast<uint16_t>(static_cast<int32_t>(v));
   }
 }
 

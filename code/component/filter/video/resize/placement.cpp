@@ -32,7 +32,6 @@ void fill_samples(S* out, std::size_t count, S value) {
 int32_t frame_placement::set_format(uint32_t format, bool aspect_enabled, uint32_t width,
                                     uint32_t height, float aspect_num, float aspect_den,
                                     uint32_t fill) {
-  format_ = format;
   src_width_ = width;
   src_height_ = height;
   aspect_num_ = aspect_enabled ? aspect_num : 0.0f;
@@ -71,7 +70,6 @@ int32_t frame_placement::compute_geometry(uint32_t dst_width, uint32_t dst_heigh
   if (!format_valid_ || !framed_ || fit_mode > fit_pad || dst_width == 0 || dst_height == 0) {
     return -1;
   }
-  fit_mode_ = fit_mode;
 
   if (aspect_num_ != 0.0f && aspect_den_ != 0.0f) {
     // The source's display aspect relative to its storage aspect, in single
@@ -86,13 +84,13 @@ int32_t frame_placement::compute_geometry(uint32_t dst_width, uint32_t dst_heigh
   crops_ = requested_crops_;
   pads_ = requested_pads_;
   const auto placed = [](uint32_t size, uint32_t crop_a, uint32_t crop_b, uint32_t pad_a,
-                             uint32_t pad_b) {
+                         uint32_t pad_b) {
     return int64_t{size} - crop_a - crop_b + pad_a + pad_b;
   };
 
   if (fit_mode != fit_stretch) {
-    const double a = static_cast<double>(
-        placed(src_width_, crops_.left, crops_.right, pads_.left, pads_.right));
+    const double a =
+        static_cast<double>(placed(src_width_, crops_.left, crops_.right, pads_.left, pads_.right));
     const double b = static_cast<double>(
         placed(src_height_, crops_.top, crops_.bottom, pads_.top, pads_.bottom));
     const double s = a / b;

@@ -54,13 +54,11 @@ public:
   double target_aspect() const noexcept { return target_aspect_; }
 
 private:
-
   edges crops_;
   edges requested_crops_;
   edges requested_pads_;
   edges pads_;
   format_layout layout_{};
-  uint32_t format_ = 0;
   uint32_t src_width_ = 0;
   uint32_t src_height_ = 0;
   uint32_t placed_width_ = 0;
@@ -69,14 +67,15 @@ private:
   float aspect_den_ = 0.0f;
   uint32_t fill_ = 0;
   double target_aspect_ = 0.0;
-  uint32_t fit_mode_ = 0;
   bool format_valid_ = false;
   bool framed_ = false;
   bool computed_ = false;
   bool identity_ = false;
 };
 
-extern template int32_t frame_placement::place_frame<uint8_t>(const void*, uint32_t, uint8_t*) const;
-extern template int32_t frame_placement::place_frame<uint16_t>(const void*, uint32_t, uint16_t*) const;
+extern template int32_t frame_placement::place_frame<uint8_t>(const void*, uint32_t,
+                                                              uint8_t*) const;
+extern template int32_t frame_placement::place_frame<uint16_t>(const void*, uint32_t,
+                                                               uint16_t*) const;
 
 }  // namespace ns_video_resize

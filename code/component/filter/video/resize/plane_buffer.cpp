@@ -6,9 +6,8 @@
 namespace ns_video_resize {
 
 template <class S>
-plane_buffer<S>::plane_buffer(uint32_t width, uint32_t height, uint32_t kind)
-    : width_(width), height_(height), kind_(kind),
-      owned_((std::size_t{height} + 4) * width) {
+plane_buffer<S>::plane_buffer(uint32_t width, uint32_t height)
+    : width_(width), height_(height), owned_((std::size_t{height} + 4) * width) {
   samples_ = owned_.data();
   std::memset(static_cast<void*>(samples_), 128, owned_.size() * sizeof(S));
   rows_.reserve(height);
@@ -16,11 +15,10 @@ plane_buffer<S>::plane_buffer(uint32_t width, uint32_t height, uint32_t kind)
 }
 
 template <class S>
-plane_buffer<S> plane_buffer<S>::view(uint32_t width, uint32_t height, uint32_t kind) {
+plane_buffer<S> plane_buffer<S>::view(uint32_t width, uint32_t height) {
   plane_buffer plane;
   plane.width_ = width;
   plane.height_ = height;
-  plane.kind_ = kind;
   plane.rows_.reserve(height);
   return plane;
 }

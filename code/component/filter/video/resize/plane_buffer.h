@@ -1,7 +1,6 @@
 #pragma once
 // One image plane: width x height samples, rows width samples apart, either owned or
-// a view of outside memory (the work frame, field scratch). kind 1 is a
-// full-resolution plane, kind 2 subsampled chroma.
+// a view of outside memory (the work frame, the output frame, field scratch).
 
 #include <cstdint>
 #include <vector>
@@ -10,16 +9,14 @@
 
 namespace ns_video_resize {
 
-enum : uint32_t { plane_full = 1, plane_subsampled = 2 };
-
 template <class S>
 class plane_buffer {
 public:
   plane_buffer() = default;
   // Owns (height + 4) * width samples with every byte 128.
-  plane_buffer(uint32_t width, uint32_t height, uint32_t kind);
+  plane_buffer(uint32_t width, uint32_t height);
   // A view without samples until point_at.
-  static plane_buffer view(uint32_t width, uint32_t height, uint32_t kind);
+  static plane_buffer view(uint32_t width, uint32_t height);
 
   // Frees owned samples and shows `samples` (not owned) at the given size.
   void point_at(S* samples, uint32_t width, uint32_t height);
@@ -29,17 +26,14 @@ public:
 
   uint32_t width() const noexcept { return width_; }
   uint32_t height() const noexcept { return height_; }
-  uint32_t kind() const noexcept { return kind_; }
   S* samples() const noexcept { return samples_; }
   S* row(uint32_t y) const noexcept { return rows_[y]; }
-  bool owns_samples() const noexcept { return owned_.data() != nullptr; }
 
 private:
   void build_rows();
 
   uint32_t width_ = 0;
   uint32_t height_ = 0;
-  uint32_t kind_ = plane_full;
   aligned_buffer<S> owned_;
   S* samples_ = nullptr;
   std::vector<S*> rows_;

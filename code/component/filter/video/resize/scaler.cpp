@@ -13,13 +13,14 @@ namespace {
 // Float lines start on 64-byte boundaries.
 constexpr std::size_t kLineAlign = 16;
 
-uint32_t plane_kind(const format_layout& layout, uint32_t plane) {
-  return is_chroma(layout, plane) && layout.chroma_shift_x != 0 ? plane_subsampled : plane_full;
+bool subsampled(const format_layout& layout, uint32_t plane) {
+  return is_chroma(layout, plane) && layout.chroma_shift_x != 0;
 }
 
 // In field mode a full-height plane is scaled one field (half its rows) at a time.
 bool split_into_fields(const scaler_settings& s, uint32_t plane) {
-  return s.field_mode && plane_dimensions(s.layout, plane, s.src_width, s.src_height).height == s.src_height;
+  return s.field_mode &&
+         plane_dimensions(s.layout, plane, s.src_width, s.src_height).height == s.src_height;
 }
 
 }  // namespace
@@ -51,21 +52,21 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
   const uint32_t mid_width = horizontal_first_ ? s.dst_width : s.src_width;
   const uint32_t mid_height = horizontal_first_ ? s.src_height : s.dst_height;
   for (uint32_t p = 0; p < plane_count(s.layout); ++p) {
-    const uint32_t kind = plane_kind(s.layout, p);
+    const bool small = subsampled(s.layout, p);
     const plane_size src = plane_dimensions(s.layout, p, s.src_width, s.src_height);
     const plane_size mid = plane_dimensions(s.layout, p, mid_width, mid_height);
     const plane_size dst = plane_dimensions(s.layout, p, s.dst_width, s.dst_height);
-    src_planes_.push_back(plane_buffer<S>::view(src.width, src.height, kind));
-    mid_planes_.emplace_back(mid.width, mid.height, kind);
-    dst_planes_.push_back(plane_buffer<S>::view(dst.width, dst.height, kind));
+    src_planes_.push_back(plane_buffer<S>::view(src.width, src.height));
+    mid_planes_.emplace_back(mid.width, mid.height);
+    dst_planes_.push_back(plane_buffer<S>::view(dst.width, dst.height));
     const uint32_t fields = split_into_fields(s, p) ? 1 : 0;
-    plane_h_index_.push_back(
-        plane_index(h_table_, dst.width, kind == plane_subsampled, src.width, taps));
-    plane_v_index_.push_back(plane_index(v_table_, dst.height >> fields,
-                                         kind == plane_subsampled, src.height >> fields, taps));
+    plane_h_index_.push_back(plane_index(h_table_, dst.width, small, src.width, taps));
+    plane_v_index_.push_back(
+        plane_index(v_table_, dst.height >> fields, small, src.height >> fields, taps));
   }
 
-  const std::size_t transposed_samples = std::size_t{std::max(s.src_width, s.dst_width)} * kBandRows;
+  const std::size_t transposed_samples =
+      std::size_t{std::max(s.src_width, s.dst_width)} * kBandRows;
   if (s.filter != filter_nearest) {
     transposed_ = aligned_buffer<S>(2 * transposed_samples);
     context_.transposed[0] = transposed_.data();
@@ -76,7 +77,8 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
       kLineAlign * kLineAlign;
   line_storage_ = aligned_buffer<float>((taps + 2) * line_length);
   context_.taps = taps;
-  for (uint32_t t = 0; t < taps + 2; ++t) context_.lines[t] = line_storage_.data() + t * line_length;
+  for (uint32_t t = 0; t < taps + 2; ++t)
+    context_.lines[t] = line_storage_.data() + t * line_length;
   for (uint32_t t = 0; t < taps; ++t) {
     context_.h_weights[t] = h_table_.weights[t].data();
     context_.v_weights[t] = v_table_.weights[t].data();
@@ -89,9 +91,9 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
   if (s.field_mode) {
     field_src_ = aligned_buffer<S>(plane_samples);
     for (uint32_t f = 0; f < 2; ++f) {
-      field_src_planes_[f] = plane_buffer<S>::view(s.src_width, s.src_height / 2, plane_full);
-      field_mid_planes_[f] = plane_buffer<S>(mid_width, mid_height / 2, plane_full);
-      field_dst_planes_[f] = plane_buffer<S>(s.dst_width, s.dst_height / 2, plane_full);
+      field_src_planes_[f] = plane_buffer<S>::view(s.src_width, s.src_height / 2);
+      field_mid_planes_[f] = plane_buffer<S>(mid_width, mid_height / 2);
+      field_dst_planes_[f] = plane_buffer<S>(s.dst_width, s.dst_height / 2);
     }
   }
 }

@@ -20,7 +20,7 @@ struct scaler_settings {
   format_layout layout;
   uint32_t src_width, src_height;  // the placed frame
   uint32_t dst_width, dst_height;
-  uint32_t filter;                 // filter_bilinear .. filter_nearest
+  uint32_t filter;  // filter_bilinear .. filter_nearest
   float cubic_a;
   bool field_mode;
   uint32_t prefilter_level;
@@ -41,10 +41,6 @@ public:
   void scale_frame(S* placed, uint8_t* out);
   // The same, each field of each full-height plane on its own.
   void scale_fields(S* placed, uint8_t* out);
-
-  bool horizontal_first() const noexcept { return horizontal_first_; }
-  const axis_table& horizontal_table() const noexcept { return h_table_; }
-  const axis_table& vertical_table() const noexcept { return v_table_; }
 
 private:
   void use_plane(uint32_t plane);

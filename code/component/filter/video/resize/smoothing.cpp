@@ -10,10 +10,12 @@ namespace pk = ns_pixel_kernels;
 
 namespace {
 
-pk::pixel_status gauss(const uint8_t* src, int32_t step, uint8_t* dst, pk::pixel_size roi, int32_t mask) {
+pk::pixel_status gauss(const uint8_t* src, int32_t step, uint8_t* dst, pk::pixel_size roi,
+                       int32_t mask) {
   return pk::gauss_filter_u8(src, step, dst, step, roi, mask);
 }
-pk::pixel_status gauss(const uint16_t* src, int32_t step, uint16_t* dst, pk::pixel_size roi, int32_t mask) {
+pk::pixel_status gauss(const uint16_t* src, int32_t step, uint16_t* dst, pk::pixel_size roi,
+                       int32_t mask) {
   return pk::gauss_filter_u16(src, step, dst, step, roi, mask);
 }
 
@@ -35,7 +37,8 @@ void smooth_plane(S* plane, uint32_t width, uint32_t height, uint32_t mask, S* s
   if (width <= 2 * ring || height <= 2 * ring) return;
   const std::size_t offset = std::size_t{ring} * width + ring;
   std::memcpy(scratch, plane, std::size_t{width} * height * sizeof(S));
-  const pk::pixel_size roi{static_cast<int32_t>(width - 2 * ring), static_cast<int32_t>(height - 2 * ring)};
+  const pk::pixel_size roi{static_cast<int32_t>(width - 2 * ring),
+                           static_cast<int32_t>(height - 2 * ring)};
   gauss(scratch + offset, static_cast<int32_t>(width * sizeof(S)), plane + offset, roi,
         mask == smooth_5x5 ? pk::mask_5x5 : pk::mask_3x3);
 }
@@ -58,7 +61,9 @@ void smooth_frame(S* frame, const format_layout& layout, uint32_t width, uint32_
 
 template void smooth_plane<uint8_t>(uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*);
 template void smooth_plane<uint16_t>(uint16_t*, uint32_t, uint32_t, uint32_t, uint16_t*);
-template void smooth_frame<uint8_t>(uint8_t*, const format_layout&, uint32_t, uint32_t, uint32_t, uint8_t*);
-template void smooth_frame<uint16_t>(uint16_t*, const format_layout&, uint32_t, uint32_t, uint32_t, uint16_t*);
+template void smooth_frame<uint8_t>(uint8_t*, const format_layout&, uint32_t, uint32_t, uint32_t,
+                                    uint8_t*);
+template void smooth_frame<uint16_t>(uint16_t*, const format_layout&, uint32_t, uint32_t, uint32_t,
+                                     uint16_t*);
 
 }  // namespace ns_video_resize

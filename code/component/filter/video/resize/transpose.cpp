@@ -16,9 +16,11 @@ void store16(void* p, __m128i v) { _mm_storeu_si128(static_cast<__m128i*>(p), v)
 
 // 8x8 samples per block, each step interleaving pairs of rows at twice the width of
 // the step before, so that all of a block stays in the 16 SSE registers.
-void transpose_block(const uint8_t* in, std::size_t in_stride, uint8_t* out, std::size_t out_stride) {
+void transpose_block(const uint8_t* in, std::size_t in_stride, uint8_t* out,
+                     std::size_t out_stride) {
   __m128i a[4], b[4];
-  for (int i = 0; i < 4; ++i) a[i] = _mm_unpacklo_epi8(load8(in + 2 * i * in_stride), load8(in + (2 * i + 1) * in_stride));
+  for (int i = 0; i < 4; ++i)
+    a[i] = _mm_unpacklo_epi8(load8(in + 2 * i * in_stride), load8(in + (2 * i + 1) * in_stride));
   b[0] = _mm_unpacklo_epi16(a[0], a[1]);  // columns 0-3 of rows 0-3
   b[1] = _mm_unpackhi_epi16(a[0], a[1]);  // columns 4-7 of rows 0-3
   b[2] = _mm_unpacklo_epi16(a[2], a[3]);
@@ -33,7 +35,8 @@ void transpose_block(const uint8_t* in, std::size_t in_stride, uint8_t* out, std
   }
 }
 
-void transpose_block(const uint16_t* in, std::size_t in_stride, uint16_t* out, std::size_t out_stride) {
+void transpose_block(const uint16_t* in, std::size_t in_stride, uint16_t* out,
+                     std::size_t out_stride) {
   __m128i a[8], b[8];
   for (int i = 0; i < 4; ++i) {
     const __m128i r0 = load16(in + 2 * i * in_stride);
@@ -65,14 +68,16 @@ void transpose(const S* in, uint32_t width, uint32_t height, S* out) {
     const uint32_t y1 = std::min(y0 + band, full_height);
     for (uint32_t x = 0; x < full_width; x += n) {
       for (uint32_t y = y0; y < y1; y += n) {
-        transpose_block(in + std::size_t{y} * width + x, width, out + std::size_t{x} * height + y, height);
+        transpose_block(in + std::size_t{y} * width + x, width, out + std::size_t{x} * height + y,
+                        height);
       }
     }
   }
   // The right and bottom edges that do not fill a block.
   for (uint32_t y = 0; y < height; ++y) {
     const uint32_t first = y < full_height ? full_width : 0;
-    for (uint32_t x = first; x < width; ++x) out[std::size_t{x} * height + y] = in[std::size_t{y} * width + x];
+    for (uint32_t x = first; x < width; ++x)
+      out[std::size_t{x} * height + y] = in[std::size_t{y} * width + x];
   }
 }
 

@@ -52,10 +52,9 @@ video_resize_impl<S>::video_resize_impl() {
 }
 
 template <class S>
-int32_t video_resize_impl<S>::configure(uint32_t dst_width, uint32_t dst_height,
-                                        uint32_t src_width, uint32_t src_height,
-                                        uint32_t resize_format, uint32_t crop_left,
-                                        uint32_t crop_right, uint32_t crop_top,
+int32_t video_resize_impl<S>::configure(uint32_t dst_width, uint32_t dst_height, uint32_t src_width,
+                                        uint32_t src_height, uint32_t resize_format,
+                                        uint32_t crop_left, uint32_t crop_right, uint32_t crop_top,
                                         uint32_t crop_bottom, uint32_t aspect_mode,
                                         float aspect_num, float aspect_den, uint32_t scan_mode,
                                         uint32_t fit_mode, float cubic_a, uint32_t filter,
@@ -73,7 +72,6 @@ int32_t video_resize_impl<S>::configure(uint32_t dst_width, uint32_t dst_height,
 
   dst_width_ = dst_width;
   dst_height_ = dst_height;
-  format_ = resize_format;
   field_mode_ = scan_mode == scan_fields;
   scan_mode_ = field_mode_ ? scan_scale : scan_mode;
   src_width_ = src_width;
@@ -89,7 +87,8 @@ int32_t video_resize_impl<S>::configure(uint32_t dst_width, uint32_t dst_height,
       uint64_t{crop_left} + crop_right < src_width && uint64_t{crop_top} + crop_bottom < src_height;
   int32_t accepted;
   if (scan_mode_ != scan_scale) {
-    accepted = placement_.set_format(resize_format, false, src_width, src_height, 0.0f, 0.0f, fill_luma);
+    accepted =
+        placement_.set_format(resize_format, false, src_width, src_height, 0.0f, 0.0f, fill_luma);
     if (crops_fit) {
       centre(src_width, dst_width, crops.left, crops.right, pads.left, pads.right);
       centre(src_height, dst_height, crops.top, crops.bottom, pads.top, pads.bottom);
@@ -100,7 +99,8 @@ int32_t video_resize_impl<S>::configure(uint32_t dst_width, uint32_t dst_height,
   }
   if (accepted == 1 && crops_fit) placement_.set_framing(crops, pads);
   uint32_t placed_width = 0, placed_height = 0;
-  if (placement_.compute_geometry(dst_width, dst_height, fit_mode, &placed_width, &placed_height) != 1) {
+  if (placement_.compute_geometry(dst_width, dst_height, fit_mode, &placed_width, &placed_height) !=
+      1) {
     return -1;
   }
   src_width_ = placed_width;
@@ -131,20 +131,21 @@ int32_t video_resize_impl<S>::configure(uint32_t dst_width, uint32_t dst_height,
 
 template <class S>
 int32_t video_resize_impl<S>::set_up_scaling(const format_layout& layout, uint32_t prefilter) {
-  prefilter_level_ = prefilter_level_for(prefilter, src_width_, src_height_, dst_width_, dst_height_);
+  prefilter_level_ =
+      prefilter_level_for(prefilter, src_width_, src_height_, dst_width_, dst_height_);
   // The default filter is the converter's where the layout has one, bilinear otherwise.
   if (filter_ == 0 || filter_ == filter_bspline) {
     filter_ = filter_bspline;
     if (layout.converter_fourcc != 0) {
-      converter_ = std::make_unique<converter_scaler<S>>(layout, src_width_, src_height_, dst_width_,
-                                                          dst_height_, field_mode_, prefilter_level_);
+      converter_ = std::make_unique<converter_scaler<S>>(
+          layout, src_width_, src_height_, dst_width_, dst_height_, field_mode_, prefilter_level_);
       return converter_->set_up() ? 1 : -1;
     }
     filter_ = filter_bilinear;
   }
   if (filter_taps(filter_) == 0) return 0;
-  const scaler_settings settings{layout,     src_width_, src_height_, dst_width_,      dst_height_,
-                                 filter_,    cubic_a_,   field_mode_, prefilter_level_};
+  const scaler_settings settings{layout,  src_width_, src_height_, dst_width_,      dst_height_,
+                                 filter_, cubic_a_,   field_mode_, prefilter_level_};
   if (!scaler_supports(settings)) return -1;
   scaler_ = std::make_unique<separable_scaler<S>>(settings);
   return 1;
@@ -163,7 +164,8 @@ int32_t video_resize_impl<S>::process(uint32_t in_bytes, const uint8_t* in_data,
   if (out_bytes == nullptr || out_data == nullptr || in_bytes < clip_frame_bytes_) return 0;
 
   *out_bytes = frame_bytes();
-  const bool scales = scan_mode_ == scan_scale && (src_width_ != dst_width_ || src_height_ != dst_height_);
+  const bool scales =
+      scan_mode_ == scan_scale && (src_width_ != dst_width_ || src_height_ != dst_height_);
   if (placement_.identity() && !scales) {
     std::memcpy(out_data, in_data, *out_bytes);
     return 1;
@@ -182,7 +184,8 @@ int32_t video_resize_impl<S>::process(uint32_t in_bytes, const uint8_t* in_data,
     return 1;
   }
   if (converter_) {
-    return field_mode_ ? converter_->scale_fields(placed, out_data) : converter_->scale_frame(placed, out_data);
+    return field_mode_ ? converter_->scale_fields(placed, out_data)
+                       : converter_->scale_frame(placed, out_data);
   }
   if (field_mode_) {
     scaler_->scale_fields(placed, out_data);

@@ -30,19 +30,16 @@ public:
                   uint8_t* out_data) override;
 
   // What configuration chose (for inspection).
-  const frame_placement& placement() const noexcept { return placement_; }
   uint32_t placed_width() const noexcept { return src_width_; }
   uint32_t placed_height() const noexcept { return src_height_; }
   uint32_t filter() const noexcept { return filter_; }
   uint32_t prefilter_level() const noexcept { return prefilter_level_; }
   bool uses_converter() const noexcept { return converter_ != nullptr; }
-  const separable_scaler<S>* scaler() const noexcept { return scaler_.get(); }
 
 private:
   int32_t set_up_scaling(const format_layout& layout, uint32_t prefilter);
 
   bool configured_ = false;
-  uint32_t format_ = 1;
   uint32_t src_width_ = 0, src_height_ = 0;  // after configuration: the placed size
   uint32_t dst_width_ = 0, dst_height_ = 0;
   uint32_t scan_mode_ = 0;

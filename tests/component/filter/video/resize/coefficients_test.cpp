@@ -34,7 +34,11 @@ TEST(Coefficients, CubicSpansTakeBorderSamplesAloneAndHalfwayWeightsAreCatmullRo
         EXPECT_EQ(table.weights[t].back(), first[3 - t]) << "tap " << t;
       } else {
         // The B-spline smooths even whole positions: 1/6, 2/3, 1/6 around the border sample.
-        EXPECT_NEAR(table.weights[t].front(), t == 0 ? 0.6666667f : t == 1 ? 0.16666667f : 0.0f, 1e-6);
+        EXPECT_NEAR(table.weights[t].front(),
+                    t == 0   ? 0.6666667f
+                    : t == 1 ? 0.16666667f
+                             : 0.0f,
+                    1e-6);
       }
     }
   }
@@ -42,7 +46,8 @@ TEST(Coefficients, CubicSpansTakeBorderSamplesAloneAndHalfwayWeightsAreCatmullRo
 
 TEST(Coefficients, EveryRowSumsToOneAndEveryTapStaysInside) {
   for (uint32_t filter : {filter_bilinear, filter_cubic, filter_bspline, filter_nearest}) {
-    for (auto [src, dst] : {std::pair{2u, 4u}, {720u, 1920u}, {1920u, 1280u}, {17u, 5u}, {64u, 64u}}) {
+    for (auto [src, dst] :
+         {std::pair{2u, 4u}, {720u, 1920u}, {1920u, 1280u}, {17u, 5u}, {64u, 64u}}) {
       const axis_table t = build_axis_table(filter, -0.5f, src, dst);
       const uint32_t taps = filter_taps(filter);
       if (src < taps) continue;

@@ -16,10 +16,10 @@ using inventory = orrin::CComponentInventory<orrin::CComponentFactory<orrin::CVi
 
 // How the stand-in converter behaves, and what it saw.
 struct fake_behaviour {
-  long stride_padding = 0;     // bytes added to every luma row of its output
-  long missing_bytes = 0;      // output this many bytes shorter than its rows need
+  long stride_padding = 0;  // bytes added to every luma row of its output
+  long missing_bytes = 0;   // output this many bytes shorter than its rows need
   int samples_per_picture = 1;
-  long height_error = 0;       // added to the output height it reports
+  long height_error = 0;  // added to the output height it reports
   bool refuse_prepare = false;
 
   uint32_t seen_format = 0;
@@ -55,13 +55,15 @@ public:
     const std::size_t in_luma = static_cast<std::size_t>(b_->seen_width * b_->seen_height) * ss;
     const std::size_t in_chroma = in_luma >> (layout_.chroma_shift_x + layout_.chroma_shift_y);
     uint32_t first[3] = {};
-    for (uint32_t p = 0; p < 3; ++p) std::memcpy(&first[p], in + (p == 0 ? 0 : in_luma + (p - 1) * in_chroma), ss);
+    for (uint32_t p = 0; p < 3; ++p)
+      std::memcpy(&first[p], in + (p == 0 ? 0 : in_luma + (p - 1) * in_chroma), ss);
 
     const auto w = static_cast<std::size_t>(b_->target_width);
     const auto h = static_cast<std::size_t>(b_->target_height);
     const std::size_t stride = w * ss + static_cast<std::size_t>(b_->stride_padding);
     const std::size_t rows[3] = {h, h >> layout_.chroma_shift_y, h >> layout_.chroma_shift_y};
-    const std::size_t strides[3] = {stride, stride >> layout_.chroma_shift_x, stride >> layout_.chroma_shift_x};
+    const std::size_t strides[3] = {stride, stride >> layout_.chroma_shift_x,
+                                    stride >> layout_.chroma_shift_x};
     const std::size_t bytes = stride * h + 2 * strides[1] * rows[1] - b_->missing_bytes;
     orrin::RObject<orrin::CByteArray> block(new orrin::CByteArray(bytes));
     std::memset(block->GetData(), 0xEE, bytes);
@@ -139,7 +141,8 @@ TEST_F(ConverterPath, PaddedAndPackedStridesGiveTheSamePackedFrame) {
       int32_t result = 0;
       const frame out = run(*r, format, 24, 12, in, &result);
       ASSERT_EQ(result, 1);
-      EXPECT_EQ(behaviour_.seen_stride, 16 * static_cast<long>(describe_format(format)->sample_bytes));
+      EXPECT_EQ(behaviour_.seen_stride,
+                16 * static_cast<long>(describe_format(format)->sample_bytes));
       uint32_t wrong = 0;
       for (uint32_t p = 0; p < 3; ++p) {
         for (uint32_t y = 0; y < out.size(p).height; ++y) {
@@ -206,12 +209,16 @@ TEST_F(ConverterPath, FieldsAreConvertedOneAtATimeAndWovenBack) {
     behaviour_ = {};
     behaviour_.stride_padding = 24;
     auto r = make_resizer(format);
-    ASSERT_EQ(configure(*r, resize_args{24, 16, 16, 8, format} | [](auto& a) { a.scan_mode = 2, a.prefilter = 2; }), 1);
+    ASSERT_EQ(configure(
+                  *r, resize_args{24, 16, 16, 8, format} |
+                          [](auto& a) { a.scan_mode = 2, a.prefilter = 2; }),
+              1);
     EXPECT_EQ(behaviour_.seen_height, 4);
     EXPECT_EQ(behaviour_.target_height, 8);
 
     // Every plane's even rows hold one value and its odd rows another.
-    const frame in(format, 16, 8, [](uint32_t p, uint32_t, uint32_t y) { return 20 + 40 * p + 100 * (y % 2); });
+    const frame in(format, 16, 8,
+                   [](uint32_t p, uint32_t, uint32_t y) { return 20 + 40 * p + 100 * (y % 2); });
     int32_t result = 0;
     const frame out = run(*r, format, 24, 16, in, &result);
     ASSERT_EQ(result, 1);

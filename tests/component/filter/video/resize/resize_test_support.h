@@ -54,7 +54,9 @@ using sample_fn = std::function<uint32_t(uint32_t plane, uint32_t x, uint32_t y)
 class frame {
 public:
   frame(uint32_t format, uint32_t width, uint32_t height)
-      : layout_(*describe_format(format)), width_(width), height_(height),
+      : layout_(*describe_format(format)),
+        width_(width),
+        height_(height),
         bytes_(frame_samples(layout_, width, height) * layout_.sample_bytes) {}
   frame(uint32_t format, uint32_t width, uint32_t height, const sample_fn& value)
       : frame(format, width, height) {
@@ -74,7 +76,9 @@ public:
   void set(uint32_t plane, uint32_t x, uint32_t y, uint32_t v) {
     std::memcpy(bytes_.data() + offset(plane, x, y), &v, layout_.sample_bytes);
   }
-  plane_size size(uint32_t plane) const { return plane_dimensions(layout_, plane, width_, height_); }
+  plane_size size(uint32_t plane) const {
+    return plane_dimensions(layout_, plane, width_, height_);
+  }
   uint32_t planes() const { return plane_count(layout_); }
   uint32_t bytes() const { return static_cast<uint32_t>(bytes_.size()); }
   uint8_t* data() { return bytes_.data(); }

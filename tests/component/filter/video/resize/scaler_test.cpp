@@ -58,12 +58,14 @@ TEST(Scaler, ConstantPlanesStayConstantAtEverySizeFilterAndOrder) {
   for (uint32_t format : {1u, 3u, 8u, 10u}) {
     for (uint32_t filter : {filter_bilinear, filter_cubic, filter_nearest}) {
       for (const job& j : jobs) {
-        SCOPED_TRACE(testing::Message() << "format " << format << " filter " << filter << " "
-                                        << j.src_w << "x" << j.src_h << "->" << j.dst_w << "x" << j.dst_h);
+        SCOPED_TRACE(testing::Message()
+                     << "format " << format << " filter " << filter << " " << j.src_w << "x"
+                     << j.src_h << "->" << j.dst_w << "x" << j.dst_h);
         const uint32_t level[4] = {17, 140, 230, 66};
         auto r = make_resizer(format);
-        ASSERT_EQ(configure(*r, resize_args{j.dst_w, j.dst_h, j.src_w, j.src_h, format} |
-                                   [&](auto& a) { a.filter = filter, a.prefilter = 1; }),
+        ASSERT_EQ(configure(
+                      *r, resize_args{j.dst_w, j.dst_h, j.src_w, j.src_h, format} |
+                              [&](auto& a) { a.filter = filter, a.prefilter = 1; }),
                   1);
         const frame in(format, j.src_w, j.src_h, [&](uint32_t p, uint32_t, uint32_t) {
           return format >= 7 ? level[p] * 251 : level[p];
@@ -92,8 +94,13 @@ TEST(Scaler, BilinearTwoByTwoToFourByFourInterpolatesLinearly) {
   for (uint32_t format : {4u, 8u}) {
     const uint32_t unit = format == 8 ? 500 : 1;
     auto r = make_resizer(format);
-    ASSERT_EQ(configure(*r, resize_args{4, 4, 2, 2, format} | [](auto& a) { a.filter = filter_bilinear; }), 1);
-    const frame in(format, 2, 2, [&](uint32_t p, uint32_t x, uint32_t y) { return (30 * x + 60 * y + p) * unit; });
+    ASSERT_EQ(
+        configure(
+            *r, resize_args{4, 4, 2, 2, format} | [](auto& a) { a.filter = filter_bilinear; }),
+        1);
+    const frame in(format, 2, 2, [&](uint32_t p, uint32_t x, uint32_t y) {
+      return (30 * x + 60 * y + p) * unit;
+    });
     const frame out = run(*r, format, 4, 4, in);
     for (uint32_t p = 0; p < 3; ++p) {
       for (uint32_t y = 0; y < 4; ++y) {
@@ -110,7 +117,9 @@ TEST(Scaler, BilinearTwoByTwoToFourByFourInterpolatesLinearly) {
 TEST(Scaler, NearestRepeatsTheClosestSampleWithHalvesUp) {
   // 4 -> 7 puts every other position exactly half-way between two samples.
   auto r = make_resizer(4);
-  ASSERT_EQ(configure(*r, resize_args{7, 2, 4, 2, 4} | [](auto& a) { a.filter = filter_nearest; }), 1);
+  ASSERT_EQ(configure(
+                *r, resize_args{7, 2, 4, 2, 4} | [](auto& a) { a.filter = filter_nearest; }),
+            1);
   const frame in(4, 4, 2, [](uint32_t, uint32_t x, uint32_t y) { return 10 * x + 100 * y; });
   const frame out = run(*r, 4, 7, 2, in);
   const uint32_t expected[7] = {0, 10, 10, 20, 20, 30, 30};
@@ -127,11 +136,14 @@ TEST(Scaler, FieldsAreScaledApartAndWovenBackRowByRow) {
     for (uint32_t prefilter : {0u, 2u}) {
       SCOPED_TRACE(testing::Message() << "format " << format << " prefilter " << prefilter);
       auto r = make_resizer(format);
-      ASSERT_EQ(configure(*r, resize_args{48, 24, 32, 40, format} | [&](auto& a) {
-                  a.scan_mode = 2, a.filter = filter_cubic, a.prefilter = prefilter;
-                }),
+      ASSERT_EQ(configure(
+                    *r, resize_args{48, 24, 32, 40, format} |
+                            [&](auto& a) {
+                              a.scan_mode = 2, a.filter = filter_cubic, a.prefilter = prefilter;
+                            }),
                 1);
-      const frame in(format, 32, 40, [](uint32_t p, uint32_t, uint32_t y) { return 40 + 30 * p + (y % 2) * 100; });
+      const frame in(format, 32, 40,
+                     [](uint32_t p, uint32_t, uint32_t y) { return 40 + 30 * p + (y % 2) * 100; });
       const frame out = run(*r, format, 48, 24, in);
       for (uint32_t p = 0; p < out.planes(); ++p) {
         // 4:2:0 chroma has as many rows as one field and is scaled whole.
@@ -142,7 +154,8 @@ TEST(Scaler, FieldsAreScaledApartAndWovenBackRowByRow) {
               ASSERT_GE(out.at(p, x, y), 40 + 30 * p) << "plane " << p;
               ASSERT_LE(out.at(p, x, y), 140 + 30 * p) << "plane " << p;
             } else {
-              ASSERT_EQ(out.at(p, x, y), 40 + 30 * p + (y % 2) * 100) << "plane " << p << " at " << x << "," << y;
+              ASSERT_EQ(out.at(p, x, y), 40 + 30 * p + (y % 2) * 100)
+                  << "plane " << p << " at " << x << "," << y;
             }
           }
         }
