@@ -23,27 +23,21 @@
 
 #include "filter/video/framerate/framerate_filter.h"
 #include "filter/video/framerate/picture_layout.h"
+#include "framerate_records.h"
 
 namespace {
 
 using namespace ns_video_framerate;
+using namespace framerate_bench;
 
 constexpr uint32_t width = 1920, height = 1080;
 
 // `fill` false leaves whatever picture the allocator hands back (usually one the
 // converter just released), so that topping up the inputs does not evict the cache.
 framerate_frame* new_input(size_t bytes, bool fill = true) {
-  auto* f = static_cast<framerate_frame*>(std::calloc(1, sizeof(framerate_frame)));
-  f->size = static_cast<uint32_t>(bytes);
-  f->data = static_cast<uint8_t*>(std::malloc(bytes));
+  framerate_frame* f = new_record(bytes);
   for (size_t i = 0; fill && i < bytes; ++i) f->data[i] = static_cast<uint8_t>(i * 7 + (i >> 11));
   return f;
-}
-
-void free_record(framerate_frame* f) {
-  std::free(f->data);
-  std::free(f->alpha);
-  std::free(f);
 }
 
 // Output records are recycled as later inputs, so the harness allocates only while a
@@ -51,14 +45,7 @@ void free_record(framerate_frame* f) {
 void convert(benchmark::State& state, double src, double dst, uint32_t format, bool writes) {
   const picture_layout layout = layout_of(format, width, height);
   framerate_filter* conv = create_framerate_filter(format);
-  framerate_params p{};
-  p.cadence_aware = true;
-  p.src_rate = src;
-  p.dst_rate = dst;
-  p.decimation = 1;
-  p.format = format;
-  p.width = width;
-  p.height = height;
+  framerate_params p = params(src, dst, format, width, height);
   p.time_mode = 1000;
   if (conv->configure(p) != 0) state.SkipWithError("configure refused the block");
   std::vector<framerate_frame*> spare;

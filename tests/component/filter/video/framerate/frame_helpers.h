@@ -17,60 +17,50 @@ namespace framerate_test {
 using namespace ns_video_framerate;
 
 // Sample value of picture `id`, plane 0..2, line y. Adjacent lines and pictures
-// differ, so a line taken from the wrong picture or one line off shows.
+// differ, so a line from the wrong picture or one line off shows.
 inline uint32_t pattern(uint32_t id, int plane, uint32_t y, uint32_t sample_bytes) {
   const uint32_t v = id * 31 + y + 85 * plane;
   return sample_bytes == 1 ? (v & 0xFF) : (v * 97) & 0xFFFF;
 }
 
 inline uint32_t sample_at(const uint8_t* data, uint32_t sample_bytes, size_t i) {
-  if (sample_bytes == 1) return data[i];
-  uint16_t v;
-  std::memcpy(&v, data + 2 * i, 2);
-  return v;
+  return sample_bytes == 1 ? data[i] : reinterpret_cast<const uint16_t*>(data)[i];
 }
 
 inline size_t plane_offset(const picture_layout& l, int plane) {
   return plane == 0 ? 0 : l.luma_samples() + (plane - 1) * l.chroma_samples();
 }
 
-// A malloc'd record for picture `id` (sequence = id unless given), with an alpha
-// plane of value id when `alpha` is set.
+// A malloc'd record of picture `id` (sequence = id unless given), time code 1000 + id
+// at 25 fps, and with `alpha` a key plane of value id.
 inline framerate_frame* make_frame(const picture_layout& l, uint32_t id, double play_time, double duration,
                                    bool alpha = false, int64_t sequence = -1) {
   auto* f = static_cast<framerate_frame*>(std::malloc(sizeof(framerate_frame)));
   f->size = static_cast<uint32_t>(l.bytes());
   f->data = static_cast<uint8_t*>(std::malloc(f->size));
-  for (int plane = 0; plane < 3; ++plane) {
-    const uint32_t w = plane ? l.chroma_width : l.width, h = plane ? l.chroma_height : l.height;
-    for (uint32_t y = 0; y < h; ++y)
-      for (uint32_t x = 0; x < w; ++x) {
+  for (int plane = 0; plane < 3; ++plane)
+    for (uint32_t y = 0; y < (plane ? l.chroma_height : l.height); ++y)
+      for (uint32_t x = 0, w = plane ? l.chroma_width : l.width; x < w; ++x) {
         const size_t i = plane_offset(l, plane) + size_t{y} * w + x;
         const uint32_t v = pattern(id, plane, y, l.sample_bytes);
         if (l.sample_bytes == 1) f->data[i] = static_cast<uint8_t>(v);
-        else { const uint16_t s = static_cast<uint16_t>(v); std::memcpy(f->data + 2 * i, &s, 2); }
+        else reinterpret_cast<uint16_t*>(f->data)[i] = static_cast<uint16_t>(v);
       }
-  }
   f->duration = duration;
   f->play_time = f->decode_time = play_time;
   f->sequence = sequence < 0 ? id : static_cast<uint64_t>(sequence);
   f->timecode = ulbase::timecode::from_frame_index(ulbase::timecode::mode_25, 1000 + id);
-  f->alpha = nullptr;
-  if (alpha) {
-    f->alpha = static_cast<uint8_t*>(std::malloc(l.luma_samples()));
-    std::memset(f->alpha, static_cast<int>(id & 0xFF), l.luma_samples());
-  }
+  f->alpha = alpha ? static_cast<uint8_t*>(std::malloc(l.luma_samples())) : nullptr;
+  if (alpha) std::memset(f->alpha, static_cast<int>(id & 0xFF), l.luma_samples());
   return f;
 }
 
-inline void free_frame(framerate_frame* f) {
-  std::free(f->data);
-  std::free(f->alpha);
-  std::free(f);
-}
-
 struct frame_deleter {
-  void operator()(framerate_frame* f) const { free_frame(f); }
+  void operator()(framerate_frame* f) const {
+    std::free(f->data);
+    std::free(f->alpha);
+    std::free(f);
+  }
 };
 using frame_ptr = std::unique_ptr<framerate_frame, frame_deleter>;
 
@@ -83,28 +73,24 @@ inline void drain(framerate_filter& c, std::vector<frame_ptr>& out) {
   while (framerate_frame* f = c.pop_frame()) out.emplace_back(f);
 }
 
-// The id of the picture that line y of `plane` in `f` was taken from, or -1 when the
-// line matches no picture below `max_id` in every sample.
-inline int line_source(const framerate_frame& f, const picture_layout& l, int plane, uint32_t y,
-                       uint32_t max_id = 256) {
+// The id (below 256) of the picture that line y of `plane` in `f` comes from, or -1.
+inline int line_source(const framerate_frame& f, const picture_layout& l, int plane, uint32_t y) {
   const uint32_t w = plane ? l.chroma_width : l.width;
   const size_t at = plane_offset(l, plane) + size_t{y} * w;
-  for (uint32_t id = 0; id < max_id; ++id) {
-    const uint32_t v = pattern(id, plane, y, l.sample_bytes);
+  for (uint32_t id = 0; id < 256; ++id) {
     bool all = true;
-    for (uint32_t x = 0; x < w && all; ++x) all = sample_at(f.data, l.sample_bytes, at + x) == v;
+    for (uint32_t x = 0; x < w && all; ++x)
+      all = sample_at(f.data, l.sample_bytes, at + x) == pattern(id, plane, y, l.sample_bytes);
     if (all) return static_cast<int>(id);
   }
   return -1;
 }
 
-// Ids of the pictures behind the even and odd luma lines of `f` (equal for a copy).
+// Ids of the pictures behind the even and odd luma lines of `f` ({-1, -1} if mixed).
 inline std::pair<int, int> luma_fields(const framerate_frame& f, const picture_layout& l) {
   std::pair<int, int> ids{line_source(f, l, 0, 0), line_source(f, l, 0, 1)};
-  for (uint32_t y = 2; y < l.height; ++y) {
-    const int id = line_source(f, l, 0, y);
-    if (id != ((y & 1) ? ids.second : ids.first)) return {-1, -1};
-  }
+  for (uint32_t y = 2; y < l.height; ++y)
+    if (line_source(f, l, 0, y) != ((y & 1) ? ids.second : ids.first)) return {-1, -1};
   return ids;
 }
 

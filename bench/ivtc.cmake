@@ -1,0 +1,1 @@
+introoutro_add_benchmark(ivtc_bench SOURCES ivtc_bench.cpp LIBS framerate)
