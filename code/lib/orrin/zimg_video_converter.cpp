@@ -2,6 +2,7 @@
 
 #include <zimg.h>
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <memory>
@@ -117,16 +118,20 @@ public:
 private:
   Result prepare();
   Result put_sample(CVideoSample* sample);
+  Result prepare_ring();
   Result scale(const uint8_t* in, const plane_offsets& in_planes, uint8_t* out);
   RObject<CByteArray> output_block();
 
   std::unique_ptr<zimg_filter_graph, graph_delete> graph_;
   aligned_block tmp_;
-  aligned_block staging_;  // aligned copy of inputs that zimg cannot read in place
+  // Inputs zimg cannot read in place go through a few aligned lines per plane.
+  aligned_block ring_;
+  uint8_t* ring_plane_[3] = {};
+  std::size_t ring_stride_[3] = {};
+  unsigned ring_mask_[3] = {};
   PictureLayout layout_{};
   long in_width_ = 0, in_height_ = 0, out_width_ = 0, out_height_ = 0;
   plane_offsets out_planes_{};
-  plane_offsets staging_planes_{};
   std::size_t out_bytes_ = 0;
   RObject<CByteArray> spare_;
   std::deque<RObject<CVideoSample>> pending_;
@@ -156,7 +161,6 @@ Result zimg_video_converter::prepare() {
   graph_.reset();
   pending_.clear();
   spare_.Reset();
-  staging_.reset();
 
   const CVideoProperties* input = GetInputProperties();
   if (input == nullptr) return Result(kResultNotPrepared);
@@ -198,6 +202,10 @@ Result zimg_video_converter::prepare() {
   in_height_ = input->GetHeight();
   out_width_ = width;
   out_height_ = height;
+  if (const Result ring = prepare_ring(); ring.Failed()) {
+    graph_.reset();
+    return ring;
+  }
   // Luma stride a multiple of 64 << shift keeps every chroma stride a multiple of 64.
   const std::size_t out_stride =
       round_up(static_cast<std::size_t>(width) * layout_.bytes_per_sample,
@@ -265,43 +273,83 @@ RObject<CByteArray> zimg_video_converter::output_block() {
   return spare_;
 }
 
+// What the unpack callback needs to copy the lines zimg asks for into the ring.
+struct unpack_job {
+  const uint8_t* in;
+  const plane_offsets* in_planes;
+  uint8_t* const* ring;
+  const std::size_t* ring_stride;
+  const unsigned* ring_mask;
+  PictureLayout layout;
+  unsigned width;
+};
+
+// Lines i .. i + 2^shift_y - 1 of luma and line i >> shift_y of each chroma plane,
+// columns left .. right - 1 (luma units).
+int unpack_lines(void* user, unsigned i, unsigned left, unsigned right) {
+  const auto& job = *static_cast<const unpack_job*>(user);
+  const unsigned bytes = job.layout.bytes_per_sample;
+  for (unsigned p = 0; p < 3; ++p) {
+    const unsigned sx = p == 0 ? 0 : job.layout.chroma_shift_x;
+    const unsigned sy = p == 0 ? 0 : job.layout.chroma_shift_y;
+    const unsigned first = i >> sy;
+    const unsigned count = p == 0 ? 1u << job.layout.chroma_shift_y : 1u;
+    const unsigned from = left >> sx;
+    const unsigned to = std::min((right + (1u << sx) - 1) >> sx, job.width >> sx);
+    for (unsigned row = first; row < first + count; ++row) {
+      std::memcpy(job.ring[p] + (row & job.ring_mask[p]) * job.ring_stride[p] + from * bytes,
+                  job.in + job.in_planes->plane[p] + row * job.in_planes->stride[p] + from * bytes,
+                  (to - from) * bytes);
+    }
+  }
+  return 0;
+}
+
+Result zimg_video_converter::prepare_ring() {
+  unsigned lines = 0;
+  if (zimg_filter_graph_get_input_buffering(graph_.get(), &lines) != ZIMG_ERROR_SUCCESS) {
+    return Result(kResultProcessingFailed);
+  }
+  unsigned mask = zimg_select_buffer_mask(lines);
+  if (mask == ZIMG_BUFFER_MAX || mask >= static_cast<unsigned>(in_height_)) mask = ZIMG_BUFFER_MAX;
+  std::size_t offset[3] = {};
+  std::size_t total = 0;
+  for (unsigned p = 0; p < 3; ++p) {
+    const unsigned sx = p == 0 ? 0 : layout_.chroma_shift_x;
+    const unsigned sy = p == 0 ? 0 : layout_.chroma_shift_y;
+    ring_mask_[p] = mask == ZIMG_BUFFER_MAX ? mask : mask >> sy;
+    const std::size_t rows = mask == ZIMG_BUFFER_MAX ? static_cast<std::size_t>(in_height_) >> sy
+                                                     : std::size_t{ring_mask_[p]} + 1;
+    ring_stride_[p] = round_up(
+        (static_cast<std::size_t>(in_width_) >> sx) * layout_.bytes_per_sample, kAlignment);
+    offset[p] = total;
+    total += rows * ring_stride_[p];
+  }
+  ring_ = allocate_aligned(total);
+  for (unsigned p = 0; p < 3; ++p) ring_plane_[p] = ring_.get() + offset[p];
+  return Result(kResultOk);
+}
+
 Result zimg_video_converter::scale(const uint8_t* in, const plane_offsets& in_planes,
                                    uint8_t* out) {
-  if (!is_aligned(in, in_planes)) {
-    if (!staging_) {
-      const std::size_t stride =
-          round_up(static_cast<std::size_t>(in_width_) * layout_.bytes_per_sample,
-                   kAlignment << layout_.chroma_shift_x);
-      staging_planes_ = layout_planes(layout_, in_width_, in_height_, stride);
-      staging_ = allocate_aligned(staging_planes_.end);
-    }
-    for (int p = 0; p < 3; ++p) {
-      const std::size_t shift_x = p == 0 ? 0 : layout_.chroma_shift_x;
-      const std::size_t shift_y = p == 0 ? 0 : layout_.chroma_shift_y;
-      const std::size_t row_bytes =
-          (static_cast<std::size_t>(in_width_) >> shift_x) * layout_.bytes_per_sample;
-      const std::size_t rows = static_cast<std::size_t>(in_height_) >> shift_y;
-      for (std::size_t y = 0; y < rows; ++y) {
-        std::memcpy(staging_.get() + staging_planes_.plane[p] + y * staging_planes_.stride[p],
-                    in + in_planes.plane[p] + y * in_planes.stride[p], row_bytes);
-      }
-    }
-    return scale(staging_.get(), staging_planes_, out);
-  }
-
+  const bool in_place = is_aligned(in, in_planes);
   zimg_image_buffer_const src;
   zimg_image_buffer dst;
   src.version = dst.version = ZIMG_API_VERSION;
   for (int p = 0; p < 4; ++p) {
     const bool used = p < 3;
-    src.plane[p].data = used ? in + in_planes.plane[p] : nullptr;
-    src.plane[p].stride = used ? static_cast<ptrdiff_t>(in_planes.stride[p]) : 0;
-    src.plane[p].mask = ZIMG_BUFFER_MAX;
+    src.plane[p].data = !used ? nullptr : in_place ? in + in_planes.plane[p] : ring_plane_[p];
+    src.plane[p].stride =
+        !used ? 0 : static_cast<ptrdiff_t>(in_place ? in_planes.stride[p] : ring_stride_[p]);
+    src.plane[p].mask = used && !in_place ? ring_mask_[p] : ZIMG_BUFFER_MAX;
     dst.plane[p].data = used ? out + out_planes_.plane[p] : nullptr;
     dst.plane[p].stride = used ? static_cast<ptrdiff_t>(out_planes_.stride[p]) : 0;
     dst.plane[p].mask = ZIMG_BUFFER_MAX;
   }
-  if (zimg_filter_graph_process(graph_.get(), &src, &dst, tmp_.get(), nullptr, nullptr, nullptr,
+  unpack_job job{in, &in_planes, ring_plane_, ring_stride_, ring_mask_, layout_,
+                 static_cast<unsigned>(in_width_)};
+  if (zimg_filter_graph_process(graph_.get(), &src, &dst, tmp_.get(),
+                                in_place ? nullptr : unpack_lines, &job, nullptr,
                                 nullptr) != ZIMG_ERROR_SUCCESS) {
     return Result(kResultProcessingFailed);
   }
