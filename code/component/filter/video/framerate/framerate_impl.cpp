@@ -21,7 +21,7 @@ int framerate_impl<T>::configure(framerate_params& p) {
     case method_kind::inverse_telecine:
       method_ = &framerate_impl::run_inverse_telecine;
       motion_mask_.assign(layout_.luma_samples(), 0);
-      mask_rows_.assign(4 * size_t{layout_.width}, 0);
+      mask_rows_.assign(5 * size_t{layout_.width}, 0);
       break;
   }
   const bool keep_timecode = p.keep_timecode;

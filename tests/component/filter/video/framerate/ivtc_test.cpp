@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 
 #include "filter/video/framerate/ivtc/cadence_lock.h"
+#include "filter/video/framerate/ivtc/comb_measure.h"
 #include "frame_helpers.h"
 
 namespace {
@@ -132,6 +134,26 @@ TEST(InverseTelecine, EndWhilePrimingPassesEverythingOn) {
   const std::vector<frame_ptr> out = convert(ivtc_params(l, 1, true), clip);
   ASSERT_EQ(out.size(), 4u);
   for (int i = 0; i < 4; ++i) EXPECT_EQ(std::memcmp(out[i]->data, clip[i]->data, l.bytes()), 0);
+}
+
+// The streaming mask against its definition: every 3x3 block around an interior
+// sample whose difference exceeds 2 (512 for 16-bit), on sizes down to 1x1.
+TEST(InverseTelecine, MotionMaskMatchesItsDefinition) {
+  std::mt19937 rng(7);
+  for (uint32_t w = 1; w <= 9; ++w)
+    for (uint32_t h = 1; h <= 9; ++h) {
+      std::vector<uint16_t> a(w * h), b(w * h);
+      for (size_t i = 0; i < a.size(); ++i) {
+        a[i] = static_cast<uint16_t>(rng() % 2000), b[i] = static_cast<uint16_t>(a[i] + (rng() % 4 ? 0 : 515));
+      }
+      std::vector<uint8_t> want(w * h, 0), mask(w * h, 7), rows(5 * w);
+      for (uint32_t y = 1; y + 1 < h; ++y)
+        for (uint32_t x = 1; x + 1 < w; ++x)
+          if (b[y * w + x] - a[y * w + x] > 512)
+            for (uint32_t i = 0; i < 9; ++i) want[(y + i / 3 - 1) * w + x + i % 3 - 1] = 255;
+      build_motion_mask(mask.data(), a.data(), b.data(), w, h, 2, rows.data());
+      EXPECT_EQ(mask, want) << w << "x" << h;
+    }
 }
 
 // At the first decision the field histories hold four values, so the fifth slot of

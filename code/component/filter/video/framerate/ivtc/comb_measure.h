@@ -12,7 +12,7 @@ namespace ns_video_framerate {
 
 // Motion mask of two pictures: 255 over the 3x3 neighbourhood of every interior
 // sample (1 <= x <= width-2, 1 <= y <= height-2) where |a - b| > threshold (x256 for
-// 16-bit), 0 elsewhere. `rows` is scratch space of 4 x width bytes.
+// 16-bit), 0 elsewhere. `rows` is scratch space of 5 x width bytes.
 template <class T>
 void build_motion_mask(uint8_t* mask, const T* a, const T* b, uint32_t width, uint32_t height, uint32_t threshold,
                        uint8_t* rows);
