@@ -4,9 +4,11 @@
 //   Resize/own_<filter>/... the own separable scaler (cubic is Catmull-Rom, a = -0.5)
 //   Zimg/<cpu>/...         zimg alone, graph and buffers prepared outside the loop;
 //                          auto64 is the converter's CPU setting, auto stays on AVX2
-// Jobs: 1280x720 <-> 1920x1080, "IYUV" (code 1) and "Y22P" (code 3).
-// Compare medians: build/release/bin/resize_bench --benchmark_repetitions=7
-//                  --benchmark_report_aggregates_only=true
+// Jobs: 1280x720 <-> 1920x1080, "IYUV" (code 1) and "Y22P" (code 3). The input is a
+// plain vector, as a caller's frame would be; zimg gets 64-byte-aligned planes.
+// Compare medians (interleaved runs, since the machine is shared):
+//   build/release/bin/resize_bench --benchmark_repetitions=9
+//     --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true
 
 #include <benchmark/benchmark.h>
 #include <zimg.h>
