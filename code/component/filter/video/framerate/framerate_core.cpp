@@ -65,12 +65,16 @@ framerate_frame* framerate_core::new_record(const framerate_frame& src, uint32_t
   if (alpha) std::memcpy(alpha, src.alpha, alpha_bytes);
   f->data = data;
   f->size = bytes;
+  f->alpha = alpha;
+  stamp_times(f);
+  return f;
+}
+
+void framerate_core::stamp_times(framerate_frame* f) {
   f->duration = frame_period_;
   f->play_time = f->decode_time = out_count_ * frame_period_ + first_time_;
   f->sequence = out_count_;
-  f->alpha = alpha;
   ++out_count_;
-  return f;
 }
 
 void framerate_core::stamp_source_timecode(framerate_frame* f, const framerate_frame& src) {
@@ -85,6 +89,12 @@ framerate_frame* framerate_core::stamp_output(const framerate_frame& src) {
   framerate_frame* f = new_record(src, src.size);
   std::memcpy(f->data, src.data, src.size);
   stamp_source_timecode(f, src);
+  return f;
+}
+
+framerate_frame* framerate_core::restamp(framerate_frame* f) {
+  stamp_times(f);
+  stamp_source_timecode(f, *f);
   return f;
 }
 
@@ -125,11 +135,6 @@ framerate_frame* framerate_core::take_front() {
   framerate_frame* f = in_queue_.front();
   in_queue_.pop_front();
   return f;
-}
-
-void framerate_core::emit_front_copy() {
-  emit(stamp_output(*in_queue_.front()));
-  release(take_front());
 }
 
 void framerate_core::seed_cadence(ulbase::timecode::mode_type mode) {
@@ -198,7 +203,7 @@ void framerate_core::run_pal_to_film() {
     release(take_front());
     return;
   }
-  emit_front_copy();
+  emit_front();
 }
 
 }  // namespace ns_video_framerate

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 
 #include "filter/video/framerate/framerate_filter.h"
 #include "filter/video/framerate/picture_layout.h"
@@ -42,14 +43,22 @@ protected:
   ulbase::timecode seed_timecode(const framerate_frame& first, ulbase::timecode::mode_type mode,
                                  uint32_t step) const;
   static void release(framerate_frame* f);
+  struct record_deleter {
+    void operator()(framerate_frame* f) const { release(f); }
+  };
+  using record_ptr = std::unique_ptr<framerate_frame, record_deleter>;
+  // Stamps f itself as the next output, picture untouched: a picture's last
+  // appearance leaves in the record it came in, so only repeats and built pictures
+  // cost a copy.
+  framerate_frame* restamp(framerate_frame* f);
   // Undoes the stamp of the newest output f: releases it and gives its number and
   // time code back, so the stream shows no gap.
   void withdraw(framerate_frame* f);
 
   framerate_frame* take_front();
   void emit(framerate_frame* f) { out_queue_.push_back(f); }
-  // Stamps a plain copy of the front picture, emits it and releases the picture.
-  void emit_front_copy();
+  // Emits the front picture as the next output.
+  void emit_front() { emit(restamp(take_front())); }
   // Both cadence methods that seed on their first step: time code and clock.
   void seed_cadence(ulbase::timecode::mode_type mode);
 
@@ -81,6 +90,7 @@ protected:
 
 private:
   framerate_frame* new_record(const framerate_frame& src, uint32_t bytes);
+  void stamp_times(framerate_frame* f);
   void stamp_source_timecode(framerate_frame* f, const framerate_frame& src);
 };
 

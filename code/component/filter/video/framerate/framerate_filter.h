@@ -7,7 +7,9 @@
 //
 // Ownership: records and their `data`/`alpha` blocks are malloc blocks released with
 // free. A record handed to push_frame belongs to the converter; one returned by
-// pop_frame belongs to the caller. The destructor releases every record the converter
+// pop_frame belongs to the caller. A picture's last appearance in the output is
+// usually the very record that was pushed, restamped; repeats and woven or mixed
+// pictures are new records. The destructor releases every record the converter
 // still holds (waiting input, finished output, the held picture) so that an
 // abandoned stream never leaks.
 

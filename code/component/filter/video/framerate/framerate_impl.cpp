@@ -52,39 +52,35 @@ template <class T>
 void framerate_impl<T>::run_film_to_pal() {
   seed_cadence(ulbase::timecode::mode_25);
   if (at_end_) {
-    if (!in_queue_.empty()) emit_front_copy();
+    if (!in_queue_.empty()) emit_front();
     return;
   }
   if (in_queue_.size() < 2) return;
   if (film_to_pal_mix_due(out_count_)) {
-    const framerate_frame& a = *in_queue_[0];
-    const framerate_frame& b = *in_queue_[1];
-    emit(stamp_output(a));
-    emit(mix_output(a, b));
-    emit(stamp_output(b));
-    release(take_front());
-    release(take_front());
+    framerate_frame* a = take_front();
+    record_ptr b(take_front());
+    emit(restamp(a));
+    emit(mix_output(*a, *b));  // a's picture is still whole: the caller pops after this call
+    emit(restamp(b.release()));
     return;
   }
-  emit_front_copy();
+  emit_front();
 }
 
 template <class T>
 void framerate_impl<T>::emit_telecine_group(bool plain) {
-  const framerate_frame& a = *in_queue_[0];
-  const framerate_frame& b = *in_queue_[1];
-  const framerate_frame& c = *in_queue_[2];
-  const framerate_frame& d = *in_queue_[3];
-  emit(stamp_output(a));
-  emit(stamp_output(b));
+  framerate_frame* a = take_front();
+  framerate_frame* b = take_front();
+  record_ptr c(take_front()), d(take_front());
+  emit(restamp(a));
+  emit(restamp(b));
   if (plain) {
-    emit(stamp_output(c));
+    emit(restamp(c.release()));
   } else {
-    emit(mix_output(b, c));
-    emit(mix_output(c, d));
+    emit(mix_output(*b, *c));
+    emit(mix_output(*c, *d));
   }
-  emit(stamp_output(d));
-  for (int i = 0; i < 4; ++i) release(take_front());
+  emit(restamp(d.release()));
   telecine_count_ += telecine_group_step;
 }
 
@@ -97,10 +93,12 @@ void framerate_impl<T>::run_telecine() {
     if (n == 4) {
       emit_telecine_group(drift);
     } else if (n >= 1 && n <= 3) {
-      emit(stamp_output(*in_queue_[0]));
-      if (n >= 2) emit(stamp_output(*in_queue_[1]));
-      if (n == 3) emit(mix_output(*in_queue_[1], *in_queue_[2]));
-      while (!in_queue_.empty()) release(take_front());
+      emit_front();
+      if (n >= 2) emit_front();
+      if (n == 3) {
+        emit(mix_output(*out_queue_.back(), *in_queue_.front()));
+        release(take_front());
+      }
     }
     return;
   }

@@ -40,7 +40,9 @@ private:
   void ivtc_adaptive_step();
   void ivtc_accept_weave();
   void ivtc_emit_on_track(framerate_frame* o);
-  void ivtc_tail();
+  // Consumes the front picture (unless the output took it over) and moves the
+  // histories and the cycle on.
+  void ivtc_tail(bool front_taken = false);
 
   method_fn method_ = &framerate_impl::run_time_grid;
   std::vector<uint8_t> motion_mask_;  // width x height, 255 where the newest pictures differ

@@ -68,7 +68,7 @@ void framerate_impl<T>::ivtc_prime() {
 template <class T>
 void framerate_impl<T>::run_inverse_telecine() {
   if (at_end_) {
-    while (!in_queue_.empty()) emit_front_copy();
+    while (!in_queue_.empty()) emit_front();
     return;
   }
   if (lock_.stage < 2) {
@@ -91,10 +91,11 @@ void framerate_impl<T>::ivtc_fixed_step() {
     histories_.pop_all_fronts();
     lock_.advance();
     emit(w);
+    ivtc_tail();
   } else {
-    emit(stamp_output(*in_queue_.front()));
+    emit_front();
+    ivtc_tail(true);
   }
-  ivtc_tail();
 }
 
 template <class T>
@@ -117,6 +118,7 @@ void framerate_impl<T>::ivtc_adaptive_step() {
     lock_.note_rejected_weave();
   }
   framerate_frame* out;
+  bool front_taken = false;
   if (needs_repair(h, m)) {
     out = ivtc_interpolate(*in_queue_.front(), repair_parity(h));
     lock_.note_repair();
@@ -124,10 +126,11 @@ void framerate_impl<T>::ivtc_adaptive_step() {
     out = ivtc_weave(*in_queue_[0], *in_queue_[1], weave_parity(h));
     ivtc_accept_weave();
   } else {
-    out = stamp_output(*in_queue_.front());
+    out = restamp(take_front());
+    front_taken = true;
   }
   ivtc_emit_on_track(out);
-  ivtc_tail();
+  ivtc_tail(front_taken);
 }
 
 template <class T>
@@ -155,8 +158,8 @@ void framerate_impl<T>::ivtc_emit_on_track(framerate_frame* o) {
 }
 
 template <class T>
-void framerate_impl<T>::ivtc_tail() {
-  release(take_front());
+void framerate_impl<T>::ivtc_tail(bool front_taken) {
+  if (!front_taken) release(take_front());
   histories_.comb.pop_front();
   // The first decision's field differences compare F(k) with F(k+1): keeping their
   // fronts once puts them in line with the comb levels.
@@ -179,7 +182,7 @@ void framerate_impl<T>::ivtc_tail() {
   template void framerate_impl<T>::ivtc_adaptive_step();                                                \
   template void framerate_impl<T>::ivtc_accept_weave();                                                 \
   template void framerate_impl<T>::ivtc_emit_on_track(framerate_frame*);                               \
-  template void framerate_impl<T>::ivtc_tail();
+  template void framerate_impl<T>::ivtc_tail(bool);
 
 INSTANTIATE_IVTC(uint8_t)
 INSTANTIATE_IVTC(uint16_t)
