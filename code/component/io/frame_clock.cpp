@@ -28,4 +28,13 @@ ulbase::timecode::mode_type mode_of(ratio r) {
 
 frame_clock::frame_clock(ratio rate) : rate(rate), mode(mode_of(rate)) {}
 
+void stamp_frame(KX::ZM::RVideoFrame& frame, const frame_clock& clock, uint64_t n) {
+  const KX::CTimeStamp start = KX::CTimeStamp::createWithSeconds(clock.time_of(n));
+  frame.setSequence(static_cast<uint32_t>(n));
+  frame.setPlayTime(start);
+  frame.setDecodeTime(start);
+  frame.setDuration(KX::CTimeStamp::createWithSeconds(clock.period()));
+  frame.setTimecode(clock.timecode_of(n));
+}
+
 }  // namespace ns_y4m

@@ -3,6 +3,7 @@
 
 #include "io/y4m_header.h"
 #include "ulbase/timecode.h"
+#include "zm/RFrame.h"
 
 #include <cstdint>
 
@@ -25,5 +26,9 @@ private:
   ratio rate;
   ulbase::timecode::mode_type mode;
 };
+
+// Gives frame n of the stream its sequence n, play and decode time, duration and
+// time code.
+void stamp_frame(KX::ZM::RVideoFrame& frame, const frame_clock& clock, uint64_t n);
 
 }  // namespace ns_y4m

@@ -13,10 +13,14 @@ std::string rate_text(ratio r) { return std::to_string(r.num) + "/" + std::to_st
 
 }  // namespace
 
+KX::RPtr<const ulbase::object_refcount> make_source_tag(const std::string& name) {
+  return new KX::RString(static_cast<int>(name.size()), name.data(), KX::kCopy);
+}
+
 y4m_source::y4m_source(std::unique_ptr<y4m_reader> pictures, std::unique_ptr<y4m_reader> matte,
                        const std::string& tag)
     : pictures(std::move(pictures)), matte(std::move(matte)), clock(this->pictures->header().rate) {
-  if (!tag.empty()) this->tag = new KX::RString(static_cast<int>(tag.size()), tag.data(), KX::kCopy);
+  if (!tag.empty()) this->tag = make_source_tag(tag);
 }
 
 y4m_source::~y4m_source() = default;
@@ -71,12 +75,7 @@ bool y4m_source::process() {
       picture_fourcc(h.sampling), static_cast<uint32_t>(pictures->picture_size()), picture.get(), 0, KX::kTakeOver);
   picture.release();
 
-  const KX::CTimeStamp start = KX::CTimeStamp::createWithSeconds(clock.time_of(n));
-  frame->setSequence(static_cast<uint32_t>(n));
-  frame->setPlayTime(start);
-  frame->setDecodeTime(start);
-  frame->setDuration(KX::CTimeStamp::createWithSeconds(clock.period()));
-  frame->setTimecode(clock.timecode_of(n));
+  stamp_frame(*frame, clock, n);
 
   if (matte) {
     malloc_ptr alpha = malloc_bytes(matte->picture_size());

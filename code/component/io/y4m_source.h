@@ -16,6 +16,8 @@ namespace ns_y4m {
 
 // Name of the frame parameter (an RString) that carries a source's tag.
 inline constexpr const char* source_parameter = "source";
+// A tag value to share between all the frames of one source.
+KX::RPtr<const ulbase::object_refcount> make_source_tag(const std::string& name);
 
 class y4m_source : public KX::ZM::RSource {
 public:
