@@ -1,0 +1,74 @@
+#include "introoutro/help_text.h"
+
+namespace ns_introoutro {
+
+const char* help_text() {
+  return R"(introoutro: splice an intro clip, a main source and an outro clip into one video stream
+
+Usage:
+  introoutro [--intro FILE] --main FILE [--outro FILE] -o FILE [options]
+  introoutro demo [-o FILE] [--preview FILE.png] [options]
+  introoutro --help | --version
+
+The output holds every frame of the intro, then every frame of the main source,
+then every frame of the outro, numbered and timed as one stream. Each clip is
+conformed to the main source first: to its frame rate (repeat and drop on a time
+grid, 24<->25 cadences, 3:2 telecine) and to its picture size (scaled). Main
+frames pass through untouched. The output carries the main source's header:
+size, rate, interlacing, aspect and chroma siting.
+
+Formats: YUV4MPEG2 (.y4m) streams, 8-bit 4:2:0 (C420jpeg, C420mpeg2, C420paldv,
+C420) or 8-bit 4:2:2 (C422); all inputs must be of the same one. A clip that is
+scaled or converted to another rate needs an even width and height. FILE may be
+'-': standard input (for one input) or standard output.
+
+Roles:
+  --intro FILE         the bumper, played before the main source
+  --main FILE          the main source (required); it sets the output format
+  --outro FILE         the trailer, played after the main source
+                       (give --intro, --outro or both)
+  --intro-alpha FILE   a matte for the intro: a Cmono stream of the intro's
+                       size and rate, one frame per intro frame; each frame
+                       carries it as its "alpha" plane
+  --outro-alpha FILE   the same for the outro
+
+Options:
+  -o, --output FILE    where the spliced stream goes ('-': standard output)
+  --preview FILE.png   also write a contact sheet of the frames at the joins
+                       (last intro, first and last main, first outro frame),
+                       each labelled with its output number and time code
+  --queue-frames N     frames each queue between the stages holds (default 8,
+                       1 to 1024); more smooths uneven inputs, costs memory
+  --plugin PATH        the filter plug-in (default: the one installed beside
+                       this program, ../lib/kx_filter_video_introoutro.so)
+  -q, --quiet          no progress line and no summary
+  -h, --help           this text
+  --version            the program's version
+
+`introoutro demo` splices three built-in synthetic clips (an intro 1280x720 at
+25 fps, a main source 1920x1080 at 29.97 fps, an outro 1280x720 at 24 fps) and
+writes them to introoutro-demo.y4m in the current directory unless -o says
+otherwise: a first run needs no files of your own.
+
+While it runs, a line on standard error shows the frames written (of how many,
+when the input sizes tell; "about" when a clip's rate is converted), frames per
+second and the time elapsed; at the end one summary line tells the frames read
+from each input, the frames written, the output's size and rate and the time.
+Frames are numbered from 0, in messages and in the preview.
+
+Exit status: 0 when every frame was written; 1 when the job failed (the message
+names the file, the frame or the cause); 2 for a command line that cannot run.
+A failed job removes the output file it had started, so no cut stream is left
+behind.
+
+Examples:
+  introoutro --intro bumper.y4m --main show.y4m --outro trailer.y4m -o out.y4m
+  introoutro --intro bumper.y4m --main show.y4m -o out.y4m --preview joins.png
+  ffmpeg -i show.mp4 -f yuv4mpegpipe - |
+    introoutro --intro bumper.y4m --main - -o - | ffplay -
+)";
+}
+
+const char* version_text() { return "introoutro " INTROOUTRO_VERSION "\n"; }
+
+}  // namespace ns_introoutro

@@ -1,0 +1,145 @@
+#include "introoutro/splice_job.h"
+
+#include "introoutro/contact_sheet.h"
+#include "introoutro/join_tap.h"
+#include "introoutro/plugin_loader.h"
+#include "introoutro/png_writer.h"
+#include "introoutro/progress.h"
+#include "io/frame_clock.h"
+#include "io/y4m_sink.h"
+#include "zm/ZMGraph.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <stdexcept>
+
+namespace ns_introoutro {
+
+namespace {
+
+constexpr std::chrono::milliseconds poll_interval(100);
+constexpr role role_order[] = {role::intro, role::main, role::outro};
+
+std::string fourcc_text(uint32_t code) {
+  return {static_cast<char>(code >> 24), static_cast<char>(code >> 16 & 0xFF), static_cast<char>(code >> 8 & 0xFF),
+          static_cast<char>(code & 0xFF)};
+}
+
+const input_info& main_info(const std::vector<job_input>& inputs) {
+  return std::find_if(inputs.begin(), inputs.end(), [](const job_input& i) { return i.info.role == role::main; })->info;
+}
+
+// Removes the regular file just opened as the output unless the run completes, so
+// that a failed run leaves no stream that looks whole.
+class output_guard {
+public:
+  explicit output_guard(const std::string& path) {
+    struct stat st {};
+    if (path != "-" && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) file = path;
+  }
+  ~output_guard() {
+    if (!kept && !file.empty()) ::unlink(file.c_str());
+  }
+  void keep() { kept = true; }
+
+private:
+  std::string file;
+  bool kept = false;
+};
+
+void write_preview(const std::string& path, const join_tap& tap, const ns_y4m::stream_header& format) {
+  const ns_y4m::frame_clock clock(format.rate);
+  std::vector<sheet_tile> tiles;
+  for (const join_tap::join_frame& j : tap.frames()) {
+    const uint32_t n = j.frame->getSequence();
+    std::string when;
+    if (clock.timecode_mode() != ulbase::timecode::mode_none) {
+      when = clock.timecode_of(n).to_string();
+    } else {
+      char seconds[32];
+      std::snprintf(seconds, sizeof seconds, "%.3f S", clock.time_of(n));
+      when = seconds;
+    }
+    std::string caption = "#";
+    caption.append(std::to_string(n)).append("  ").append(when);
+    tiles.push_back({j.title, caption, j.frame->getData()});
+  }
+  if (tiles.empty()) throw std::runtime_error(path + ": no preview: the output has no frames");
+  write_png(path, render_contact_sheet(tiles, format));
+}
+
+}  // namespace
+
+void run_splice(const std::vector<job_input>& inputs, const job_settings& settings) {
+  std::vector<input_info> infos;
+  for (const job_input& i : inputs) infos.push_back(i.info);
+  check_inputs(infos);
+  const input_info& main = main_info(inputs);
+  const std::optional<frame_total> expected = expected_output(infos);
+
+  plugin_loader plugin(settings.plugin);
+  join_tap tap;
+  {
+    auto writer = std::make_unique<ns_y4m::y4m_writer>(settings.output);
+    output_guard guard(settings.output);
+    const std::string output_name = writer->name();
+    ns_y4m::y4m_sink::frame_tap see;
+    if (!settings.preview.empty()) see = [&tap](const KX::RPtr<KX::ZM::RFrame>& f) { tap.see(f); };
+    KX::RPtr<ns_y4m::y4m_sink> sink(new ns_y4m::y4m_sink(std::move(writer), main.header, see));
+
+    KX::RPtr<KX::ZM::RComponentConfiguration> filter_config(new KX::ZM::RComponentConfiguration);
+    const std::string format = fourcc_text(ns_y4m::picture_fourcc(main.header.sampling));
+    filter_config->set("system_informat", format);
+    filter_config->set("system_outformat", format);
+
+    KX::ZM::ZMGraph graph(settings.queue_frames);
+    std::vector<std::string> filter_inputs;
+    for (const role r : role_order) {
+      for (const job_input& i : inputs) {
+        if (i.info.role != r) continue;
+        graph.addComponent(role_name(r), i.source, {}, {role_name(r)});
+        filter_inputs.emplace_back(role_name(r));
+      }
+    }
+    graph.addComponent("filter", plugin.create_filter(), filter_inputs, {"out"}, filter_config);
+    graph.addComponent("output", sink, {"out"}, {});
+
+    progress_reporter progress(stderr, ::isatty(STDERR_FILENO) == 1, settings.quiet);
+    const auto started = std::chrono::steady_clock::now();
+    const auto elapsed = [started] {
+      return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    };
+    try {
+      graph.start();
+      while (!graph.waitFor(poll_interval)) progress.update(sink->frames_written(), expected, elapsed());
+      graph.wait();
+    } catch (...) {
+      progress.abandon();
+      throw;
+    }
+    const uint64_t put = graph.getQueue("out")->getTotalNodes();
+    if (sink->frames_written() != put) {
+      throw std::runtime_error(output_name + ": " + std::to_string(sink->frames_written()) + " of " +
+                               std::to_string(put) + " frames were written");
+    }
+    guard.keep();
+
+    job_summary summary;
+    for (const role r : role_order) {
+      if (const KX::RPtr<KX::ZM::RQueue> q = graph.getQueue(role_name(r))) summary.frames_in.emplace_back(r, q->getTotalNodes());
+    }
+    summary.frames_out = sink->frames_written();
+    summary.output = main.header;
+    summary.output_name = output_name;
+    summary.output_bytes = sink->bytes_written();
+    summary.elapsed_seconds = elapsed();
+    if (!settings.preview.empty()) write_preview(settings.preview, tap, main.header);
+    progress.finish(summary_line(summary));
+  }
+}
+
+}  // namespace ns_introoutro

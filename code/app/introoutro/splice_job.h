@@ -1,0 +1,39 @@
+#pragma once
+// One splice run: the host graph of sources, the filter plug-in and the Y4M sink,
+// with progress on standard error while it runs, the preview afterwards and a
+// summary at the end.
+//
+//   intro source --"intro"--+
+//   main source  --"main"----+--> filter (plug-in) --"out"--> Y4M sink (-> join tap)
+//   outro source --"outro"--+
+//
+// The queue names give the filter its roles; its "system_informat" and
+// "system_outformat" are the main source's FourCC.
+
+#include "introoutro/splice_plan.h"
+#include "zm/ZMComponent.h"
+
+#include <string>
+#include <vector>
+
+namespace ns_introoutro {
+
+struct job_input {
+  input_info info;
+  KX::RPtr<KX::ZM::RComponent> source;  // writes one queue
+};
+
+struct job_settings {
+  std::string output;   // path, "-" for standard output
+  std::string preview;  // PNG path or ""
+  std::string plugin;   // path of the plug-in
+  uint32_t queue_frames = 8;
+  bool quiet = false;
+};
+
+// Runs to the end. Throws (KX::CException, plan_error, std::runtime_error) with a
+// message naming the file and the cause when anything fails; an output file that
+// the run created is then removed.
+void run_splice(const std::vector<job_input>& inputs, const job_settings& settings);
+
+}  // namespace ns_introoutro

@@ -1,0 +1,261 @@
+#include "introoutro/bitmap_font.h"
+#include "introoutro/contact_sheet.h"
+#include "introoutro/demo_clips.h"
+#include "introoutro/options.h"
+#include "introoutro/png_writer.h"
+#include "introoutro/progress.h"
+#include "introoutro/splice_plan.h"
+#include "png_reader.h"
+#include "y4m_test_files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+using namespace ns_introoutro;
+using ::testing::HasSubstr;
+
+std::string usage_error_of(const std::vector<std::string>& args) {
+  try {
+    parse_options(args);
+  } catch (const usage_error& e) {
+    return e.what();
+  }
+  return "(accepted)";
+}
+
+TEST(IntrooutroOptions, ParsesRolesAndRefusesWhatCannotRun) {
+  const options o = parse_options({"--intro", "a.y4m", "--main=-", "--outro", "c.y4m", "-o", "out.y4m",
+                                   "--intro-alpha", "am.y4m", "--queue-frames", "3", "-q", "--preview", "p.png"});
+  EXPECT_EQ(o.command, command::splice);
+  EXPECT_EQ(o.intro, "a.y4m");
+  EXPECT_EQ(o.main, "-");
+  EXPECT_EQ(o.outro, "c.y4m");
+  EXPECT_EQ(o.output, "out.y4m");
+  EXPECT_EQ(o.intro_alpha, "am.y4m");
+  EXPECT_EQ(o.queue_frames, 3u);
+  EXPECT_TRUE(o.quiet);
+  EXPECT_EQ(o.preview, "p.png");
+  EXPECT_TRUE(o.plugin.empty());
+
+  const options demo = parse_options({"demo", "--preview", "d.png"});
+  EXPECT_EQ(demo.command, command::demo);
+  EXPECT_EQ(demo.output, "introoutro-demo.y4m");
+  EXPECT_EQ(parse_options({"--main", "m", "--help"}).command, command::help);
+  EXPECT_EQ(parse_options({"--version"}).command, command::version);
+
+  const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
+      {{"--main", "m", "--intro", "i", "-o", "o", "--colour", "x"}, "unknown option '--colour'"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "stray"}, "unexpected argument 'stray'"},
+      {{"--main", "m", "--intro", "i", "-o"}, "-o needs a value: -o FILE"},
+      {{"--main", "--intro", "i", "-o", "o"}, "--main needs a value: --main FILE"},
+      {{"--main=", "--intro", "i", "-o", "o"}, "--main needs a value"},
+      {{"--intro", "i", "-o", "o"}, "--main FILE is required"},
+      {{"--main", "m", "-o", "o"}, "give --intro FILE, --outro FILE or both"},
+      {{"--main", "m", "--intro", "i"}, "-o FILE is required"},
+      {{"--main", "m", "--outro", "x", "-o", "o", "--intro-alpha", "a"}, "--intro-alpha needs --intro"},
+      {{"--main", "-", "--intro", "-", "-o", "o"}, "only one input can be '-'"},
+      {{"--main", "m", "--main", "n", "--intro", "i", "-o", "o"}, "--main is given twice"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "0"}, "--queue-frames: '0' is not a number"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "1025"}, "from 1 to 1024"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "8x"}, "'8x' is not a number"},
+      {{"demo", "--main", "m"}, "--main is not an option of demo"},
+  };
+  for (const auto& [args, message] : bad) EXPECT_THAT(usage_error_of(args), HasSubstr(message)) << args.front();
+}
+
+input_info input(role r, const char* name, const char* header, std::optional<uint64_t> frames, bool exact = true) {
+  return {r, name, ns_y4m::parse_stream_header(header), frames, exact};
+}
+
+std::string plan_error_of(const std::vector<input_info>& inputs) {
+  try {
+    check_inputs(inputs);
+  } catch (const plan_error& e) {
+    return e.what();
+  }
+  return "(accepted)";
+}
+
+TEST(IntrooutroPlan, ChecksFormatsAndSizesAndCountsTheOutput) {
+  const auto main = input(role::main, "m.y4m", "YUV4MPEG2 W1920 H1080 F30000:1001", 300);
+  EXPECT_EQ(plan_error_of({input(role::intro, "i.y4m", "YUV4MPEG2 W1280 H720 F25:1 C420mpeg2", 50), main}),
+            "(accepted)");
+  EXPECT_EQ(plan_error_of({input(role::intro, "i.y4m", "YUV4MPEG2 W1280 H720 F25:1 C422", 50), main}),
+            "i.y4m: the intro is 4:2:2 (C422) but the main source m.y4m is 4:2:0 (C420jpeg): all inputs must share "
+            "one format");
+  EXPECT_EQ(plan_error_of({main, input(role::outro, "o.y4m", "YUV4MPEG2 W1279 H720 F30000:1001", 5)}),
+            "o.y4m: the outro is 1279x720 and must be scaled to 1920x1080, which needs an even width and height");
+  EXPECT_EQ(plan_error_of({main, input(role::outro, "o.y4m", "YUV4MPEG2 W1920 H1081 F25:1", 5)}),
+            "o.y4m: the outro is 1920x1081 and must be scaled to 1920x1080, which needs an even width and height");
+  EXPECT_EQ(plan_error_of({main, input(role::outro, "o.y4m", "YUV4MPEG2 W1919 H1080 F24:1", 5)}),
+            "o.y4m: the outro is 1919x1080 and must be scaled to 1920x1080, which needs an even width and height");
+  const auto odd_main = input(role::main, "m.y4m", "YUV4MPEG2 W721 H480 F25:1", 9);
+  EXPECT_EQ(plan_error_of({odd_main, input(role::outro, "o.y4m", "YUV4MPEG2 W721 H480 F25:1", 5)}), "(accepted)");
+  EXPECT_THAT(plan_error_of({odd_main, input(role::outro, "o.y4m", "YUV4MPEG2 W720 H480 F25:1", 5)}),
+              HasSubstr("m.y4m: the main source is 721x480 and the outro o.y4m must be scaled to it"));
+
+  // The filter converts a 29.97 clip under a 29.97 main source too; not a 25 under a 25.
+  EXPECT_TRUE(needs_rate_conversion(30000.0 / 1001, 30000.0 / 1001));
+  EXPECT_FALSE(needs_rate_conversion(25, 25));
+  EXPECT_TRUE(needs_rate_conversion(24, 25));
+
+  const auto same_rate = expected_output({input(role::intro, "i", "YUV4MPEG2 W8 H8 F25:1", 10),
+                                          input(role::main, "m", "YUV4MPEG2 W8 H8 F25:1", 20)});
+  ASSERT_TRUE(same_rate);
+  EXPECT_EQ(same_rate->frames, 30u);
+  EXPECT_TRUE(same_rate->exact);
+  const auto converted = expected_output({input(role::intro, "i", "YUV4MPEG2 W8 H8 F25:1", 50), main,
+                                          input(role::outro, "o", "YUV4MPEG2 W8 H8 F24:1", 48)});
+  ASSERT_TRUE(converted);
+  EXPECT_EQ(converted->frames, 60u + 300 + 60);
+  EXPECT_FALSE(converted->exact);
+  EXPECT_FALSE(expected_output({main, input(role::outro, "o", "YUV4MPEG2 W8 H8 F24:1", std::nullopt)}));
+  EXPECT_FALSE(expected_output({main, input(role::outro, "o", "YUV4MPEG2 W8 H8 F30000:1001", 7, false)})->exact);
+}
+
+TEST(IntrooutroProgress, LinesSayWhatIsKnown) {
+  EXPECT_EQ(progress_line(120, frame_total{240, true}, 62.5), "120 of 240 frames, 2 frames/s, 1:02 elapsed");
+  EXPECT_EQ(progress_line(120, frame_total{240, false}, 0.5), "120 of about 240 frames, 240 frames/s, 0:00 elapsed");
+  EXPECT_EQ(progress_line(7, std::nullopt, 0), "7 frames, 0 frames/s, 0:00 elapsed");
+  job_summary s;
+  s.frames_in = {{role::intro, 50}, {role::main, 120}};
+  s.frames_out = 180;
+  s.output = ns_y4m::parse_stream_header("YUV4MPEG2 W1920 H1080 F30000:1001");
+  s.output_name = "out.y4m";
+  s.output_bytes = 559873089;
+  s.elapsed_seconds = 0.6;
+  EXPECT_EQ(summary_line(s),
+            "intro 50 + main 120 frames in, 180 frames out (1920x1080 at 29.97 frames/s, 559.9 MB) to out.y4m in "
+            "0.60 s, 300 frames/s");
+
+  // On a file, nothing is printed in the first seconds; -q prints nothing at all.
+  y4m_test::scratch_dir dir;
+  for (const bool quiet : {false, true}) {
+    std::FILE* f = std::fopen((dir / "err.txt").c_str(), "w");
+    progress_reporter r(f, false, quiet);
+    r.update(10, std::nullopt, 1.0);
+    r.update(20, std::nullopt, 11.0);
+    r.update(21, std::nullopt, 12.0);
+    r.finish("done");
+    std::fclose(f);
+    EXPECT_EQ(y4m_test::read_file(dir / "err.txt"),
+              quiet ? "" : "introoutro: 20 frames, 2 frames/s, 0:11 elapsed\nintrooutro: done\n");
+  }
+}
+
+TEST(IntrooutroFont, DrawsClippedGlyphsAndMarksMissingOnes) {
+  std::vector<uint8_t> plane(12 * 9, 0);
+  const uint8_t ink = 9;
+  const canvas c{plane.data(), 12, 12, 9, 1};
+  draw_text(c, 1, 1, "1", 1, &ink);
+  // The '1' glyph: a foot of three pixels on its bottom row, its stem in column 2.
+  EXPECT_EQ(plane[7 * 12 + 2], ink);
+  EXPECT_EQ(plane[7 * 12 + 3], ink);
+  EXPECT_EQ(plane[7 * 12 + 4], ink);
+  EXPECT_EQ(plane[7 * 12 + 1], 0);
+  EXPECT_EQ(plane[0], 0);
+  EXPECT_EQ(std::count(plane.begin(), plane.end(), ink), 10);
+  EXPECT_EQ(std::memcmp(glyph_rows('a'), glyph_rows('A'), glyph_height), 0);
+  EXPECT_NE(std::memcmp(glyph_rows('A'), glyph_rows('B'), glyph_height), 0);
+  EXPECT_EQ(std::memcmp(glyph_rows('@'), glyph_rows('\x80'), glyph_height), 0);  // both the box
+  EXPECT_EQ(text_width("12", 3), 33);
+
+  // Text running off every edge writes nothing outside the plane.
+  std::vector<uint8_t> guarded(3 * 40 * 40, 0x5A);
+  const canvas inner{guarded.data() + 40 * 40 + 10, 40, 20, 40, 1};
+  draw_text(inner, -4, -3, "8888888", 2, &ink);
+  fill_rect(inner, 15, 35, 10, 10, &ink);
+  EXPECT_TRUE(std::all_of(guarded.begin(), guarded.begin() + 40 * 40 + 10, [](uint8_t v) { return v == 0x5A; }));
+  EXPECT_TRUE(std::all_of(guarded.begin() + 2 * 40 * 40, guarded.end(), [](uint8_t v) { return v == 0x5A; }));
+  for (int row = 0; row < 40; ++row) {
+    for (int col = 30; col < 40; ++col) EXPECT_EQ(guarded[40 * 40 + 10 + row * 40 + col], 0x5A) << row << "," << col;
+  }
+}
+
+// Black and white exactly, the primaries of 100% bars (whose Y'CbCr are rounded) to
+// within one step, each in its own matrix; out-of-range values clamp.
+TEST(IntrooutroContactSheet, ConvertsColoursAndPlacesTilesInOrder) {
+  const auto rgb = [](int y, int cb, int cr, bool hd) {
+    uint8_t out[3];
+    ycbcr_to_rgb(y, cb, cr, hd, out);
+    return std::vector<int>{out[0], out[1], out[2]};
+  };
+  const auto near = [](const std::vector<int>& got, const std::vector<int>& want) {
+    for (size_t i = 0; i < 3; ++i) {
+      if (std::abs(got[i] - want[i]) > 1) return false;
+    }
+    return true;
+  };
+  EXPECT_EQ(rgb(16, 128, 128, true), (std::vector<int>{0, 0, 0}));
+  EXPECT_EQ(rgb(235, 128, 128, false), (std::vector<int>{255, 255, 255}));
+  EXPECT_TRUE(near(rgb(63, 102, 240, true), {255, 0, 0}));
+  EXPECT_TRUE(near(rgb(81, 90, 240, false), {255, 0, 0}));
+  EXPECT_TRUE(near(rgb(32, 240, 118, true), {0, 0, 255}));
+  EXPECT_TRUE(near(rgb(145, 54, 34, false), {0, 255, 0}));
+  EXPECT_FALSE(near(rgb(145, 54, 34, true), {0, 255, 0}));  // the 601 green is not the 709 one
+  EXPECT_EQ(rgb(255, 255, 255, true), (std::vector<int>{255, 184, 255}));
+
+  // Flat pictures of distinct greys: each thumbnail shows its own picture, in order.
+  const ns_y4m::stream_header format = ns_y4m::parse_stream_header("YUV4MPEG2 W960 H540 F25:1");
+  const uint64_t bytes = ns_y4m::picture_bytes(format);
+  std::vector<std::vector<uint8_t>> pictures;
+  std::vector<sheet_tile> tiles;
+  for (int i = 0; i < 3; ++i) {
+    std::vector<uint8_t> p(bytes, 128);
+    std::fill_n(p.begin(), 960 * 540, static_cast<uint8_t>(16 + 70 * i));
+    pictures.push_back(std::move(p));
+  }
+  for (int i = 0; i < 3; ++i) tiles.push_back({"TILE", "#" + std::to_string(i), pictures[i].data()});
+  const rgb_image sheet = render_contact_sheet(tiles, format);
+  y4m_test::scratch_dir dir;
+  write_png(dir / "sheet.png", sheet);
+  const introoutro_test::decoded_png png = introoutro_test::read_png(dir / "sheet.png");
+  ASSERT_TRUE(png.ok);
+  EXPECT_EQ(png.width, static_cast<uint32_t>(sheet.width));
+  EXPECT_EQ(png.height, static_cast<uint32_t>(sheet.height));
+  EXPECT_EQ(png.rgb, sheet.pixels);
+  // 960 wide is scaled by 2: tiles of 480 x 270 side by side.
+  EXPECT_GE(png.width, 3u * 480);
+  EXPECT_GE(png.height, 270u);
+  for (uint32_t i = 0; i < 3; ++i) {
+    const uint32_t x = png.width * (2 * i + 1) / 6;
+    const int expected = rgb(16 + 70 * static_cast<int>(i), 128, 128, false)[0];
+    EXPECT_EQ(png.pixel(x, 100)[0], expected) << "tile " << i;
+  }
+  EXPECT_THAT([&] {
+    try {
+      write_png(dir / "missing/x.png", sheet);
+    } catch (const std::runtime_error& e) {
+      return std::string(e.what());
+    }
+    return std::string();
+  }(), HasSubstr("missing/x.png: cannot create: No such file or directory"));
+}
+
+// Every demo picture differs from the one before (the patterns move) and carries its
+// frame number, and stays inside video range.
+TEST(IntrooutroDemoClips, PicturesMoveAndAreNumbered) {
+  for (const demo_clip& clip : demo_clips()) {
+    SCOPED_TRACE(clip.name);
+    const uint64_t bytes = ns_y4m::picture_bytes(clip.header());
+    std::vector<uint8_t> a(bytes), b(bytes), c(bytes);
+    render_demo_picture(clip, 10, a.data());
+    render_demo_picture(clip, 11, b.data());
+    render_demo_picture(clip, 10, c.data());
+    EXPECT_EQ(a, c);
+    EXPECT_NE(a, b);
+    EXPECT_TRUE(std::all_of(a.begin(), a.end(), [](uint8_t v) { return v >= 16 && v <= 240; }));
+    // The label differs only in the number, so only the label's corner changes when
+    // the pattern is frozen; here: the label's rows differ between frames 10 and 11.
+    const size_t label_rows = clip.height / 8;
+    EXPECT_NE(std::vector<uint8_t>(a.begin(), a.begin() + label_rows * clip.width),
+              std::vector<uint8_t>(b.begin(), b.begin() + label_rows * clip.width));
+  }
+  EXPECT_EQ(demo_clips()[1].header().rate, (ns_y4m::ratio{30000, 1001}));
+}
+
+}  // namespace

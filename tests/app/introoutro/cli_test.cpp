@@ -1,0 +1,213 @@
+#include "introoutro/contact_sheet.h"
+#include "io/y4m_reader.h"
+#include "png_reader.h"
+#include "run_program.h"
+#include "y4m_test_files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <filesystem>
+
+namespace {
+
+using namespace introoutro_test;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class IntrooutroCli : public ::testing::Test {
+protected:
+  // Frame k of the clip shows picture first + k.
+  std::string clip(const std::string& name, const std::string& header, uint64_t first, uint64_t count) {
+    const uint64_t bytes = ns_y4m::picture_bytes(ns_y4m::parse_stream_header(header));
+    std::string s = header + "\n";
+    for (uint64_t k = 0; k < count; ++k) s += "FRAME\n" + y4m_test::picture(first + k, bytes);
+    return y4m_test::write_file(dir / name, s);
+  }
+
+  // One 64x48 4:2:0 frame under a header that may not parse.
+  std::string raw(const std::string& name, const std::string& header) {
+    return y4m_test::write_file(dir / name, header + "\nFRAME\n" + std::string(64 * 48 * 3 / 2, '\x10'));
+  }
+
+  run_result run(const std::vector<std::string>& args, run_setup s = {}) {
+    s.stderr_file = dir / "stderr.txt";
+    return run_program(INTROOUTRO_BIN, args, s);
+  }
+
+  // The picture ids of every frame of a stream written from clip() pictures; -1 for
+  // a frame that is none of them.
+  std::vector<int> pictures_of(const std::string& path, const std::vector<int>& candidates) {
+    ns_y4m::y4m_reader r(path);
+    std::vector<int> ids;
+    std::string frame(r.picture_size(), '\0');
+    while (r.read_frame(reinterpret_cast<uint8_t*>(frame.data()))) {
+      int id = -1;
+      for (const int c : candidates) {
+        if (frame == y4m_test::picture(c, r.picture_size())) id = c;
+      }
+      ids.push_back(id);
+    }
+    return ids;
+  }
+
+  y4m_test::scratch_dir dir;
+};
+
+const char* main_header = "YUV4MPEG2 W64 H48 F25:1 It A4:3 C420paldv XCOLORRANGE=LIMITED";
+
+// The output holds intro, main and outro in that order, frame for frame, under the
+// main source's header, from files or through pipes, and the summary says so.
+TEST_F(IntrooutroCli, SplicesInRoleOrderFromFilesAndPipes) {
+  const std::string intro = clip("intro.y4m", "YUV4MPEG2 W64 H48 F25:1 C420mpeg2", 0, 3);
+  const std::string main = clip("main.y4m", main_header, 100, 5);
+  const std::string outro = clip("outro.y4m", "YUV4MPEG2 W64 H48 F25:1", 200, 2);
+  const std::string matte = clip("matte.y4m", "YUV4MPEG2 W64 H48 F25:1 Cmono", 300, 3);
+  const std::string out = dir / "out.y4m";
+  const std::vector<int> expected = {0, 1, 2, 100, 101, 102, 103, 104, 200, 201};
+
+  run_result r = run({"--intro", intro, "--main", main, "--outro", outro, "--intro-alpha", matte, "-o", out});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_THAT(r.err, HasSubstr("introoutro: intro 3 + main 5 + outro 2 frames in, 10 frames out (64x48 at 25 frames/s"));
+  EXPECT_THAT(r.err, HasSubstr("to " + out));
+  EXPECT_EQ(ns_y4m::format_stream_header(ns_y4m::y4m_reader(out).header()), std::string(main_header) + "\n");
+  EXPECT_EQ(pictures_of(out, expected), expected);
+
+  // Standard input to standard output through queues of one frame: the same bytes.
+  const run_setup piped = streams(main, dir / "piped.y4m");
+  r = run({"--intro", intro, "--main", "-", "--outro", outro, "-o", "-", "--queue-frames", "1", "-q"}, piped);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(y4m_test::read_file(dir / "piped.y4m"), y4m_test::read_file(out));
+
+  r = run({"--intro", "-", "--main", main, "-o", out}, streams(intro));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(pictures_of(out, expected), std::vector<int>(expected.begin(), expected.end() - 2));
+
+  r = run({"--help"}, streams("/dev/null", dir / "help.txt"));
+  EXPECT_EQ(r.status, 0);
+  EXPECT_THAT(y4m_test::read_file(dir / "help.txt"), HasSubstr("Exit status"));
+}
+
+TEST_F(IntrooutroCli, FfprobeReadsTheOutputAlike) {
+  if (std::system("command -v ffprobe >/dev/null 2>&1") != 0) GTEST_SKIP() << "ffprobe is not installed";
+  const std::string out = dir / "out.y4m";
+  const run_result r = run({"--intro", clip("i.y4m", "YUV4MPEG2 W64 H48 F50:1", 0, 4), "--main",
+                            clip("m.y4m", "YUV4MPEG2 W64 H48 F50:1", 10, 6), "-o", out, "-q"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const uint64_t ours = pictures_of(out, {}).size();
+  std::FILE* probe = popen(("ffprobe -v error -count_frames -select_streams v:0 -show_entries "
+                            "stream=width,height,r_frame_rate,nb_read_frames -of csv=p=0 " + out).c_str(), "r");
+  ASSERT_NE(probe, nullptr);
+  char line[128] = "";
+  ASSERT_NE(std::fgets(line, sizeof line, probe), nullptr);
+  pclose(probe);
+  EXPECT_EQ(std::string(line), "64,48,50/1," + std::to_string(ours) + "\n");
+  EXPECT_EQ(ours, 10u);
+}
+
+// The contact sheet shows, left to right, the last intro, the first and last main and
+// the first outro frame: flat pictures of distinct greys tell them apart.
+TEST_F(IntrooutroCli, PreviewShowsTheFramesAtTheJoins) {
+  const auto flat = [&](const std::string& name, std::vector<uint8_t> lumas) {
+    const std::string header = "YUV4MPEG2 W64 H48 F25:1";
+    std::string s = header + "\n";
+    for (const uint8_t y : lumas) s += "FRAME\n" + std::string(64 * 48, static_cast<char>(y)) + std::string(2 * 32 * 24, '\x80');
+    return y4m_test::write_file(dir / name, s);
+  };
+  const std::string png = dir / "joins.png";
+  const run_result r = run({"--intro", flat("i.y4m", {40, 50, 60}), "--main", flat("m.y4m", {100, 110, 120, 130}),
+                            "--outro", flat("o.y4m", {200, 210}), "-o", dir / "out.y4m", "--preview", png});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_THAT(r.err, HasSubstr("the joins are shown in " + png));
+  const decoded_png sheet = read_png(png);
+  ASSERT_TRUE(sheet.ok);
+  EXPECT_GT(sheet.width, 4u * 64);
+  EXPECT_GT(sheet.height, 48u);
+  // Runs of thumbnail colour along a row through the thumbnails.
+  std::vector<int> seen;
+  const uint8_t* background = sheet.pixel(0, 0);
+  for (uint32_t x = 0; x < sheet.width; ++x) {
+    const uint8_t* p = sheet.pixel(x, 30);
+    if (std::equal(p, p + 3, background)) continue;
+    if (seen.empty() || seen.back() != p[0]) seen.push_back(p[0]);
+  }
+  std::vector<int> expected;
+  for (const int y : {60, 100, 130, 200}) {
+    uint8_t rgb[3];
+    ns_introoutro::ycbcr_to_rgb(y, 128, 128, false, rgb);
+    expected.push_back(rgb[0]);
+  }
+  EXPECT_EQ(seen, expected);
+}
+
+// Every bad input ends the run with a message that names the file (or option) and the
+// cause, a non-zero status and no hang; an output begun is removed.
+TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
+  const std::string good = clip("good.y4m", "YUV4MPEG2 W64 H48 F25:1", 0, 5);
+  const std::string main = clip("main.y4m", "YUV4MPEG2 W64 H48 F25:1", 10, 5);
+  const std::string cut = dir / "cut.y4m";
+  const std::string whole = y4m_test::read_file(main);
+  y4m_test::write_file(cut, whole.substr(0, whole.size() - 10));
+  const std::string out = dir / "out.y4m";
+  struct bad_case {
+    std::vector<std::string> args;
+    std::string message;
+    int status = 1;
+  };
+  const std::vector<bad_case> cases = {
+      {{"--intro", dir / "absent.y4m", "--main", main, "-o", out},
+       "error: " + dir / "absent.y4m" + ": cannot open: No such file or directory"},
+      {{"--intro", dir / ".", "--main", main, "-o", out}, "error: " + dir / "." + ": is a directory"},
+      {{"--intro", y4m_test::write_file(dir / "notes.txt", "hello\n"), "--main", main, "-o", out},
+       "notes.txt: not a YUV4MPEG2 stream (it starts with 'hello\\x0a')"},
+      {{"--intro", raw("c444.y4m", "YUV4MPEG2 W64 H48 F25:1 C444"), "--main", main, "-o", out},
+       "c444.y4m: chroma format C444 is not supported"},
+      {{"--intro", clip("c422.y4m", "YUV4MPEG2 W64 H48 F25:1 C422", 0, 1), "--main", main, "-o", out},
+       "c422.y4m: the intro is 4:2:2 (C422) but the main source " + main + " is 4:2:0"},
+      {{"--intro", good, "--main", cut, "-o", out}, "cut.y4m: frame 4: the stream ends inside the picture"},
+      {{"--intro", clip("odd.y4m", "YUV4MPEG2 W63 H48 F25:1", 0, 1), "--main", main, "-o", out},
+       "odd.y4m: the intro is 63x48 and must be scaled to 64x48, which needs an even width and height"},
+      {{"--intro", raw("rate0.y4m", "YUV4MPEG2 W64 H48 F0:1"), "--main", main, "-o", out},
+       "rate0.y4m: frame rate F0:1: numerator and denominator must both be above 0"},
+      {{"--outro", raw("huge.y4m", "YUV4MPEG2 W20000 H48 F25:1"), "--main", main, "-o", out},
+       "huge.y4m: W20000: above the largest supported size of 16384"},
+      {{"--intro", good, "--intro-alpha", clip("m.y4m", "YUV4MPEG2 W32 H48 F25:1 Cmono", 0, 5), "--main", main, "-o",
+        out},
+       "m.y4m: the matte is 32x48 (its clip " + good + " is 64x48)"},
+      {{"--intro", good, "--main", main, "-o", dir / "no/such/dir/out.y4m"},
+       "no/such/dir/out.y4m: cannot create: No such file or directory"},
+      {{"--intro", good, "--main", main, "-o", "/dev/full"},
+       "/dev/full: the stream header: write failed: No space left on device"},
+      {{"--intro", good, "--main", main, "-o", main}, main + ": the output is also the input " + main},
+      {{"--intro", good, "--main", main, "-o", out, "--plugin", dir / "none.so"},
+       "cannot load the plug-in " + dir / "none.so" + ": " + dir / "none.so" + ": cannot open shared object file"},
+      {{"--intro", good, "--main", main, "-o", out, "--plugin", KX_LIBRARY},
+       std::string("the plug-in ") + KX_LIBRARY + " has no getComponentInstance"},
+      {{"--intro", good, "--main", main, "-o", out, "--plugin", REFUSING_PLUGIN},
+       "error: *** ERROR ***: this filter refuses every configuration"},
+      {{"--intro", good, "--main", main, "-o", out, "--bogus"}, "unknown option '--bogus'\nTry 'introoutro --help'", 2},
+      {{"--intro", good, "--main", main, "--queue-frames"}, "--queue-frames needs a value: --queue-frames N", 2},
+  };
+  for (const bad_case& c : cases) {
+    SCOPED_TRACE(c.message);
+    std::filesystem::remove(out);
+    const run_result r = run(c.args);
+    EXPECT_FALSE(r.hung);
+    EXPECT_EQ(r.status, c.status);
+    EXPECT_THAT(r.err, HasSubstr(c.message));
+    EXPECT_THAT(r.err, Not(HasSubstr("frames out")));
+    EXPECT_FALSE(std::filesystem::exists(out)) << "a failed run left its output behind";
+  }
+  // A closed pipe on standard output is an error, not a silent death by SIGPIPE.
+  run_setup closed;
+  closed.stdout_closed_pipe = true;
+  const run_result r = run({"--intro", good, "--main", main, "-o", "-"}, closed);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_THAT(r.err, HasSubstr("standard output: the stream header: write failed: Broken pipe"));
+}
+
+}  // namespace
