@@ -9,6 +9,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 
@@ -90,6 +91,28 @@ TEST_F(IntrooutroCli, SplicesInRoleOrderFromFilesAndPipes) {
   r = run({"--help"}, streams("/dev/null", dir / "help.txt"));
   EXPECT_EQ(r.status, 0);
   EXPECT_THAT(y4m_test::read_file(dir / "help.txt"), HasSubstr("Exit status"));
+}
+
+// Clips of another size and rate are conformed to the main source: about their
+// duration at the main rate each, and every main frame exactly once, in order, between.
+TEST_F(IntrooutroCli, ConformsClipsOfOtherSizesAndRates) {
+  const std::string out = dir / "out.y4m";
+  const run_result r = run({"--intro", clip("i.y4m", "YUV4MPEG2 W32 H24 F25:1", 0, 10), "--main",
+                            clip("m.y4m", "YUV4MPEG2 W64 H48 F50:1", 100, 6), "--outro",
+                            clip("o.y4m", "YUV4MPEG2 W32 H24 F25:1", 200, 4), "-o", out});
+  if (refused_conversion(r)) GTEST_SKIP() << "the plug-in does not convert clips yet:\n" << r.err;
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_THAT(r.err, HasSubstr("intro 10 + main 6 + outro 4 frames in"));
+  EXPECT_EQ(ns_y4m::y4m_reader(out).header().width, 64u);
+  const std::vector<int> ids = pictures_of(out, {100, 101, 102, 103, 104, 105});
+  const auto first_main = std::find(ids.begin(), ids.end(), 100);
+  ASSERT_NE(first_main, ids.end());
+  const auto intro_frames = first_main - ids.begin();
+  EXPECT_NEAR(static_cast<double>(intro_frames), 20.0, 1.0);
+  EXPECT_EQ(std::vector<int>(first_main, first_main + std::min<ptrdiff_t>(6, ids.end() - first_main)),
+            (std::vector<int>{100, 101, 102, 103, 104, 105}));
+  EXPECT_NEAR(static_cast<double>(ids.size() - intro_frames - 6), 8.0, 1.0);
+  EXPECT_EQ(std::count(ids.begin(), ids.end(), -1), static_cast<ptrdiff_t>(ids.size() - 6));
 }
 
 TEST_F(IntrooutroCli, FfprobeReadsTheOutputAlike) {

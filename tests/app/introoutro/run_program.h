@@ -27,6 +27,7 @@ struct run_setup {
   std::string stdout_file = "/dev/null";
   bool stdout_closed_pipe = false;  // stdout is a pipe whose reading end is closed
   std::string stderr_file;
+  std::string cwd;  // the child's working directory, when set
   std::chrono::seconds limit{240};
 };
 
@@ -48,6 +49,7 @@ inline run_result run_program(const std::string& program, const std::vector<std:
     const int out = s.stdout_closed_pipe ? pipe_fds[1] : open(s.stdout_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const int err = open(s.stderr_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (in < 0 || out < 0 || err < 0) _exit(126);
+    if (!s.cwd.empty() && chdir(s.cwd.c_str()) != 0) _exit(126);
     dup2(in, 0);
     dup2(out, 1);
     dup2(err, 2);
@@ -77,6 +79,12 @@ inline run_result run_program(const std::string& program, const std::vector<std:
   std::ifstream err(s.stderr_file, std::ios::binary);
   r.err.assign(std::istreambuf_iterator<char>(err), {});
   return r;
+}
+
+// A plug-in that does not convert clips refuses, at configure, a clip whose size or
+// rate differs from the main source's.
+inline bool refused_conversion(const run_result& r) {
+  return r.status != 0 && r.err.find("conversion") != std::string::npos;
 }
 
 }  // namespace introoutro_test

@@ -1,0 +1,63 @@
+#include "io/y4m_reader.h"
+#include "png_reader.h"
+#include "run_program.h"
+#include "y4m_test_files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+namespace {
+
+using namespace introoutro_test;
+using ::testing::HasSubstr;
+
+// Output frames from a clip of `frames` at `fps` under the 30000/1001 main source.
+double at_main_rate(double frames, double fps) { return frames * 30000.0 / 1001.0 / fps; }
+
+// The demo, as a new user runs it: no files of their own, the output under its default
+// name in the current directory, in the main source's format with every clip conformed.
+TEST(IntrooutroDemo, SplicesItsClipsIntoTheMainFormat) {
+  y4m_test::scratch_dir dir;
+  run_setup s;
+  s.cwd = dir / "";
+  s.stderr_file = dir / "stderr.txt";
+  s.limit = std::chrono::seconds(280);
+  const run_result r = run_program(INTROOUTRO_BIN, {"demo", "--preview", "demo.png"}, s);
+  if (refused_conversion(r)) GTEST_SKIP() << "the plug-in does not convert clips yet:\n" << r.err;
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_THAT(r.err, HasSubstr("intro 50 + main 120 + outro 48 frames in"));
+  EXPECT_THAT(r.err, HasSubstr("the demo splice is in introoutro-demo.y4m"));
+
+  const std::string out = dir / "introoutro-demo.y4m";
+  ns_y4m::y4m_reader reader(out);
+  EXPECT_EQ(ns_y4m::format_stream_header(reader.header()), "YUV4MPEG2 W1920 H1080 F30000:1001 Ip A1:1 C420jpeg\n");
+  std::vector<uint8_t> picture(reader.picture_size());
+  uint64_t frames = 0;
+  while (reader.read_frame(picture.data())) ++frames;
+  // Two seconds of intro and of outro at the main rate around the 120 main frames.
+  const double expected = at_main_rate(50, 25) + 120 + at_main_rate(48, 24);
+  EXPECT_NEAR(static_cast<double>(frames), expected, 2.0);
+  EXPECT_THAT(r.err, HasSubstr(std::to_string(frames) + " frames out (1920x1080 at 29.97 frames/s"));
+
+  // Four 480x270 thumbnails (a quarter of 1080p) side by side with their labels.
+  const decoded_png sheet = read_png(dir / "demo.png");
+  ASSERT_TRUE(sheet.ok);
+  EXPECT_EQ(sheet.width, 12u + 4 * (480 + 12));
+  EXPECT_GT(sheet.height, 12u + 270 + 12);
+  EXPECT_LT(sheet.height, 12u + 270 + 12 + 100);
+
+  if (std::system("command -v ffprobe >/dev/null 2>&1") != 0) GTEST_SKIP() << "ffprobe is not installed";
+  std::FILE* probe = popen(("ffprobe -v error -count_frames -select_streams v:0 -show_entries "
+                            "stream=width,height,r_frame_rate,nb_read_frames -of csv=p=0 " + out).c_str(), "r");
+  ASSERT_NE(probe, nullptr);
+  char line[128] = "";
+  ASSERT_NE(std::fgets(line, sizeof line, probe), nullptr);
+  pclose(probe);
+  EXPECT_EQ(std::string(line), "1920,1080,30000/1001," + std::to_string(frames) + "\n");
+}
+
+}  // namespace
