@@ -1,3 +1,4 @@
+#include "ffprobe.h"
 #include "introoutro/contact_sheet.h"
 #include "io/y4m_reader.h"
 #include "png_reader.h"
@@ -116,19 +117,13 @@ TEST_F(IntrooutroCli, ConformsClipsOfOtherSizesAndRates) {
 }
 
 TEST_F(IntrooutroCli, FfprobeReadsTheOutputAlike) {
-  if (std::system("command -v ffprobe >/dev/null 2>&1") != 0) GTEST_SKIP() << "ffprobe is not installed";
+  if (!have_ffprobe()) GTEST_SKIP() << "ffprobe is not installed";
   const std::string out = dir / "out.y4m";
   const run_result r = run({"--intro", clip("i.y4m", "YUV4MPEG2 W64 H48 F50:1", 0, 4), "--main",
                             clip("m.y4m", "YUV4MPEG2 W64 H48 F50:1", 10, 6), "-o", out, "-q"});
   ASSERT_EQ(r.status, 0) << r.err;
   const uint64_t ours = pictures_of(out, {}).size();
-  std::FILE* probe = popen(("ffprobe -v error -count_frames -select_streams v:0 -show_entries "
-                            "stream=width,height,r_frame_rate,nb_read_frames -of csv=p=0 " + out).c_str(), "r");
-  ASSERT_NE(probe, nullptr);
-  char line[128] = "";
-  ASSERT_NE(std::fgets(line, sizeof line, probe), nullptr);
-  pclose(probe);
-  EXPECT_EQ(std::string(line), "64,48,50/1," + std::to_string(ours) + "\n");
+  EXPECT_EQ(ffprobe_stream(out), "64,48,50/1," + std::to_string(ours) + "\n");
   EXPECT_EQ(ours, 10u);
 }
 

@@ -1,3 +1,4 @@
+#include "ffprobe.h"
 #include "io/y4m_reader.h"
 #include "png_reader.h"
 #include "run_program.h"
@@ -6,9 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 
 namespace {
 
@@ -50,14 +48,8 @@ TEST(IntrooutroDemo, SplicesItsClipsIntoTheMainFormat) {
   EXPECT_GT(sheet.height, 12u + 270 + 12);
   EXPECT_LT(sheet.height, 12u + 270 + 12 + 100);
 
-  if (std::system("command -v ffprobe >/dev/null 2>&1") != 0) GTEST_SKIP() << "ffprobe is not installed";
-  std::FILE* probe = popen(("ffprobe -v error -count_frames -select_streams v:0 -show_entries "
-                            "stream=width,height,r_frame_rate,nb_read_frames -of csv=p=0 " + out).c_str(), "r");
-  ASSERT_NE(probe, nullptr);
-  char line[128] = "";
-  ASSERT_NE(std::fgets(line, sizeof line, probe), nullptr);
-  pclose(probe);
-  EXPECT_EQ(std::string(line), "1920,1080,30000/1001," + std::to_string(frames) + "\n");
+  if (!have_ffprobe()) GTEST_SKIP() << "ffprobe is not installed";
+  EXPECT_EQ(ffprobe_stream(out), "1920,1080,30000/1001," + std::to_string(frames) + "\n");
 }
 
 }  // namespace
