@@ -84,6 +84,16 @@ pixel_status multiply_by_constant_f32(const float* src, float value, float* dst,
 pixel_status add_f32(const float* src1, const float* src2, float* dst, int32_t len);
 pixel_status multiply_f32(const float* src1, const float* src2, float* dst, int32_t len);
 
+// A weighted sum of `taps` float rows, narrowed: sum = rows[0][i] * weights[0], then
+// sum = rows[t][i] * weights[t] + sum, each one single-precision operation (no fused
+// multiply-add); a tap of weight +-0.0 adds +0.0 whatever its row holds. 8-bit: saturated
+// to 0..255, rounded in the current rounding mode; 16-bit: truncated toward zero, clamped
+// to 0..65535; NaN stores 0. Null pointers (a row too), then taps < 1 or len < 1, fail.
+pixel_status weighted_rows_f32_to_u8(const float* const* rows, const float* weights, int32_t taps,
+                                     uint8_t* dst, int32_t len);
+pixel_status weighted_rows_f32_to_u16(const float* const* rows, const float* weights, int32_t taps,
+                                      uint16_t* dst, int32_t len);
+
 // 3x3 (weights 1-2-1 squared, /16, ties to even) or 5x5 (/571, rounded) smoothing of
 // a roi.width x roi.height region; steps in bytes. The source ring of 1 (3x3) or 2
 // (5x5) samples around the region is read; dst outside the region is never written;

@@ -100,6 +100,52 @@ TEST_P(KernelValues, RowKernelsRejectBadArgumentsWritingNothing) {
   for (uint8_t v : bytes) EXPECT_EQ(v, 7);
 }
 
+// The scaler's narrowing through one tap of weight 1.0: 8-bit rounds ties to even and
+// saturates, 16-bit truncates and clamps; NaN stores 0 at every level.
+TEST_P(KernelValues, WeightedRowsNarrowLikeTheScaler) {
+  const float sums[] = {255.6f, -3.0f, 254.5f, 1.5f, 0.49f, 65535.9f, 12.9f, 70000.0f,
+                        std::numeric_limits<float>::quiet_NaN()};
+  constexpr int32_t n = 9;
+  const float* rows[] = {sums};
+  const float one = 1.0f;
+  uint8_t narrow8[n];
+  uint16_t narrow16[n];
+  ASSERT_EQ(weighted_rows_f32_to_u8_table[index()](rows, &one, 1, narrow8, n), status_ok);
+  ASSERT_EQ(weighted_rows_f32_to_u16_table[index()](rows, &one, 1, narrow16, n), status_ok);
+  const uint8_t expected8[n] = {255, 0, 254, 2, 0, 255, 13, 255, 0};
+  const uint16_t expected16[n] = {255, 0, 254, 1, 0, 65535, 12, 65535, 0};
+  for (int i = 0; i < n; ++i) {
+    EXPECT_EQ(narrow8[i], expected8[i]) << "sum " << sums[i];
+    EXPECT_EQ(narrow16[i], expected16[i]) << "sum " << sums[i];
+  }
+  // Summed before narrowing: 100 * 0.75 + 51 * 0.5 = 100.5 rounds to 100; a zero
+  // weight ignores even an infinity.
+  const float a[] = {100.0f}, b[] = {51.0f}, c[] = {std::numeric_limits<float>::infinity()};
+  const float* taps[] = {a, c, b};
+  const float w[] = {0.75f, -0.0f, 0.5f};
+  uint8_t out = 0;
+  ASSERT_EQ(weighted_rows_f32_to_u8_table[index()](taps, w, 3, &out, 1), status_ok);
+  EXPECT_EQ(out, 100);
+}
+
+TEST_P(KernelValues, WeightedRowsRejectBadArgumentsWritingNothing) {
+  const int i = index();
+  const float row[4] = {1, 2, 3, 4};
+  const float* rows[] = {row, nullptr};
+  const float w[] = {0.5f, 0.5f};
+  uint8_t out[4] = {7, 7, 7, 7};
+  uint16_t out16[4] = {7, 7, 7, 7};
+  EXPECT_EQ(weighted_rows_f32_to_u8_table[i](rows, w, 2, out, 4), status_null_pointer) << "a null tap row";
+  EXPECT_EQ(weighted_rows_f32_to_u8_table[i](rows, nullptr, 1, out, 4), status_null_pointer);
+  EXPECT_EQ(weighted_rows_f32_to_u8_table[i](rows, w, 0, out, 4), status_size_error);
+  EXPECT_EQ(weighted_rows_f32_to_u8_table[i](rows, w, 1, out, 0), status_size_error);
+  EXPECT_EQ(weighted_rows_f32_to_u16_table[i](nullptr, w, 1, out16, 4), status_null_pointer);
+  EXPECT_EQ(weighted_rows_f32_to_u16_table[i](rows, w, 1, nullptr, 4), status_null_pointer);
+  EXPECT_EQ(weighted_rows_f32_to_u16_table[i](rows, w, -2, out16, 4), status_size_error);
+  for (uint8_t v : out) EXPECT_EQ(v, 7);
+  for (uint16_t v : out16) EXPECT_EQ(v, 7);
+}
+
 // A plane of `w` x `h` samples (ring included) with the given values at
 // (x, y) offsets from the centre sample; the rest is `background`.
 template <class T>

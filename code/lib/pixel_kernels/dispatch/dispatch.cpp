@@ -109,6 +109,24 @@ const dispatch_table<multiply_f32_fn> multiply_f32_table = {
     avx::multiply_f32,
     avx2::multiply_f32,
 };
+const dispatch_table<weighted_rows_f32_to_u8_fn> weighted_rows_f32_to_u8_table = {
+    generic::weighted_rows_f32_to_u8,
+    sse3::weighted_rows_f32_to_u8,
+    ssse3::weighted_rows_f32_to_u8,
+    ssse3::weighted_rows_f32_to_u8,
+    sse41::weighted_rows_f32_to_u8,
+    avx::weighted_rows_f32_to_u8,
+    avx2::weighted_rows_f32_to_u8,
+};
+const dispatch_table<weighted_rows_f32_to_u16_fn> weighted_rows_f32_to_u16_table = {
+    generic::weighted_rows_f32_to_u16,
+    sse3::weighted_rows_f32_to_u16,
+    ssse3::weighted_rows_f32_to_u16,
+    ssse3::weighted_rows_f32_to_u16,
+    sse41::weighted_rows_f32_to_u16,
+    avx::weighted_rows_f32_to_u16,
+    avx2::weighted_rows_f32_to_u16,
+};
 const dispatch_table<gauss_filter_u8_fn> gauss_filter_u8_table = {
     generic::gauss_filter_u8,
     sse3::gauss_filter_u8,
@@ -150,6 +168,16 @@ pixel_status add_f32(const float* src1, const float* src2, float* dst, int32_t l
 }
 pixel_status multiply_f32(const float* src1, const float* src2, float* dst, int32_t len) {
   return multiply_f32_table[variant_index.load(std::memory_order_relaxed)](src1, src2, dst, len);
+}
+pixel_status weighted_rows_f32_to_u8(const float* const* rows, const float* weights, int32_t taps,
+                                     uint8_t* dst, int32_t len) {
+  return weighted_rows_f32_to_u8_table[variant_index.load(std::memory_order_relaxed)](
+      rows, weights, taps, dst, len);
+}
+pixel_status weighted_rows_f32_to_u16(const float* const* rows, const float* weights, int32_t taps,
+                                      uint16_t* dst, int32_t len) {
+  return weighted_rows_f32_to_u16_table[variant_index.load(std::memory_order_relaxed)](
+      rows, weights, taps, dst, len);
 }
 pixel_status gauss_filter_u8(const uint8_t* src, int32_t src_step, uint8_t* dst, int32_t dst_step,
                              pixel_size roi, int32_t mask) {

@@ -16,6 +16,10 @@ using convert_f32_to_u8_fn = pixel_status(const float*, uint8_t*, int32_t, int32
 using multiply_by_constant_f32_fn = pixel_status(const float*, float, float*, int32_t);
 using add_f32_fn = pixel_status(const float*, const float*, float*, int32_t);
 using multiply_f32_fn = pixel_status(const float*, const float*, float*, int32_t);
+using weighted_rows_f32_to_u8_fn = pixel_status(const float* const*, const float*, int32_t,
+                                                uint8_t*, int32_t);
+using weighted_rows_f32_to_u16_fn = pixel_status(const float* const*, const float*, int32_t,
+                                                 uint16_t*, int32_t);
 using gauss_filter_u8_fn = pixel_status(const uint8_t*, int32_t, uint8_t*, int32_t, pixel_size,
                                         int32_t);
 using gauss_filter_u16_fn = pixel_status(const uint16_t*, int32_t, uint16_t*, int32_t, pixel_size,
@@ -31,6 +35,8 @@ extern const dispatch_table<convert_f32_to_u8_fn> convert_f32_to_u8_table;
 extern const dispatch_table<multiply_by_constant_f32_fn> multiply_by_constant_f32_table;
 extern const dispatch_table<add_f32_fn> add_f32_table;
 extern const dispatch_table<multiply_f32_fn> multiply_f32_table;
+extern const dispatch_table<weighted_rows_f32_to_u8_fn> weighted_rows_f32_to_u8_table;
+extern const dispatch_table<weighted_rows_f32_to_u16_fn> weighted_rows_f32_to_u16_table;
 extern const dispatch_table<gauss_filter_u8_fn> gauss_filter_u8_table;
 extern const dispatch_table<gauss_filter_u16_fn> gauss_filter_u16_table;
 
@@ -46,6 +52,8 @@ extern const dispatch_table<gauss_filter_u16_fn> gauss_filter_u16_table;
   multiply_by_constant_f32_fn multiply_by_constant_f32;                                       \
   add_f32_fn add_f32;                                                                         \
   multiply_f32_fn multiply_f32;                                                               \
+  weighted_rows_f32_to_u8_fn weighted_rows_f32_to_u8;                                         \
+  weighted_rows_f32_to_u16_fn weighted_rows_f32_to_u16;                                       \
   gauss_filter_u8_fn gauss_filter_u8;                                                         \
   gauss_filter_u16_fn gauss_filter_u16;                                                       \
   }

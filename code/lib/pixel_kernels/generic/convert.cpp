@@ -3,24 +3,12 @@
 // change a result.
 
 #include "pixel_kernels/common/arg_checks.h"
+#include "pixel_kernels/common/narrow_rules.h"
 #include "pixel_kernels/common/scale_factor.h"
 #include "pixel_kernels/dispatch/tables.h"
 
 namespace ns_pixel_kernels::generic {
 namespace {
-
-// Written so that NaN fails both comparisons and ends at 0.
-inline float saturate(float v) {
-  v = v > 255.0f ? 255.0f : v;
-  return v > 0.0f ? v : 0.0f;
-}
-
-// Adding 2^23 leaves no fraction bits for a value in 0..255, so the addition rounds
-// to an integer in the current rounding mode, exactly as a vector conversion does.
-inline int32_t round_current_mode(float v) {
-  constexpr float shift = 0x1p23f;
-  return static_cast<int32_t>((v + shift) - shift);
-}
 
 // 2v is exact; (trunc(2v) + 1) / 2 rounds halves away from zero without touching
 // the rounding mode.
@@ -31,9 +19,9 @@ void narrow(const float* src, uint8_t* dst, int32_t len, float multiplier, bool 
             Round round) {
   if (scaled) {
     for (int32_t i = 0; i < len; ++i)
-      dst[i] = static_cast<uint8_t>(round(saturate(src[i] * multiplier)));
+      dst[i] = static_cast<uint8_t>(round(saturate_u8(src[i] * multiplier)));
   } else {
-    for (int32_t i = 0; i < len; ++i) dst[i] = static_cast<uint8_t>(round(saturate(src[i])));
+    for (int32_t i = 0; i < len; ++i) dst[i] = static_cast<uint8_t>(round(saturate_u8(src[i])));
   }
 }
 

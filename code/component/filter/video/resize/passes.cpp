@@ -12,6 +12,17 @@ namespace pk = ns_pixel_kernels;
 
 namespace {
 
+// Rows, weights and lengths here are never null or empty: the kernels cannot fail.
+void weigh(const float* const* rows, const float* weights, uint32_t taps, uint8_t* dst,
+           uint32_t len) {
+  pk::weighted_rows_f32_to_u8(rows, weights, static_cast<int32_t>(taps), dst,
+                              static_cast<int32_t>(len));
+}
+void weigh(const float* const* rows, const float* weights, uint32_t taps, uint16_t* dst,
+           uint32_t len) {
+  pk::weighted_rows_f32_to_u16(rows, weights, static_cast<int32_t>(taps), dst,
+                               static_cast<int32_t>(len));
+}
 void widen(const uint8_t* src, float* dst, uint32_t len) {
   pk::convert_u8_to_f32(src, dst, static_cast<int32_t>(len));
 }
@@ -20,31 +31,28 @@ void widen(const uint16_t* src, float* dst, uint32_t len) {
 }
 
 // out row y = weights[0][y] * in row index[y] + ... + weights[taps-1][y] * in row
-// index[y] + taps - 1, summed in tap order; rows of `width` samples, packed. Lines
-// 0 .. taps-1 keep widened input rows, row r in line r % taps, so a row that several
-// output rows share is widened once.
+// index[y] + taps - 1, summed in tap order by one kernel call; rows of `width` samples,
+// packed. Lines 0 .. taps-1 keep widened input rows, row r in line r % taps, so a row
+// that several output rows share is widened once (cheaper than widening every tap of
+// every output row inside the kernel).
 template <class S>
 void filter_rows(const pass_context<S>& c, const uint32_t* index, const float* const* weights,
                  const S* in, S* out, uint32_t width, uint32_t out_rows) {
   uint32_t held[kMaxTaps];
   std::fill(held, held + kMaxTaps, UINT32_MAX);
-  float* sum = c.lines[c.taps];
-  float* product = c.lines[c.taps + 1];
-  const auto n = static_cast<int32_t>(width);
+  const float* rows[kMaxTaps];
+  float row_weights[kMaxTaps];
   for (uint32_t y = 0; y < out_rows; ++y) {
-    const uint32_t first = index[y];
-    for (uint32_t r = first; r < first + c.taps; ++r) {
+    for (uint32_t t = 0; t < c.taps; ++t) {
+      const uint32_t r = index[y] + t;
       if (held[r % c.taps] != r) {
         widen(in + std::size_t{r} * width, c.lines[r % c.taps], width);
         held[r % c.taps] = r;
       }
+      rows[t] = c.lines[r % c.taps];
+      row_weights[t] = weights[t][y];
     }
-    pk::multiply_by_constant_f32(c.lines[first % c.taps], weights[0][y], sum, n);
-    for (uint32_t t = 1; t < c.taps; ++t) {
-      pk::multiply_by_constant_f32(c.lines[(first + t) % c.taps], weights[t][y], product, n);
-      pk::add_f32(product, sum, sum, n);
-    }
-    narrow_row(sum, out + std::size_t{y} * width, width);
+    weigh(rows, row_weights, c.taps, out + std::size_t{y} * width, width);
   }
 }
 
@@ -87,20 +95,6 @@ void nearest_vertical(const pass_context<S>& c, const plane_buffer<S>& dst,
 }
 
 }  // namespace
-
-void narrow_row(const float* sums, uint8_t* dst, uint32_t len) {
-  pk::convert_f32_to_u8(sums, dst, static_cast<int32_t>(len), pk::round_nearest, 0);
-}
-
-void narrow_row(const float* sums, uint16_t* dst, uint32_t len) {
-  for (uint32_t x = 0; x < len; ++x) {
-    const float v = sums[x];
-    // Written so that NaN, too, stores 0.
-    dst[x] = !(v > 0.0f)     ? 0
-             : v >= 65535.0f ? 65535
-                             : static_cast<uint16_t>(static_cast<int32_t>(v));
-  }
-}
 
 template <class S>
 pass_fn<S> horizontal_pass(bool nearest) {

@@ -2,8 +2,8 @@
 // The scaler's one-dimensional passes over whole planes. A weighted pass widens the
 // taps' samples to float, multiplies each by its weight, sums them in tap order and
 // narrows the sum (8-bit: round to nearest even, saturated; 16-bit: truncated,
-// clamped to 0..65535); every row operation runs on the pixel kernels. A nearest pass
-// copies the sample (or row) at each span start.
+// clamped to 0..65535), one pixel-kernel call per output row. A nearest pass copies
+// the sample (or row) at each span start.
 
 #include <cstdint>
 
@@ -17,8 +17,8 @@ inline constexpr uint32_t kMaxTaps = 4;
 inline constexpr uint32_t kBandRows = 256;
 
 // What a pass works with besides its planes: the current plane's span starts, the
-// shared weights, taps + 2 float lines as long as the longest row or column, and two
-// bands of kBandRows rows (of the longest row) for transposition.
+// shared weights, taps float lines as long as the longest row or column (widened input
+// rows), and two bands of kBandRows rows (of the longest row) for transposition.
 template <class S>
 struct pass_context {
   uint32_t taps = 0;
@@ -26,7 +26,7 @@ struct pass_context {
   const uint32_t* v_index = nullptr;
   const float* h_weights[kMaxTaps] = {};
   const float* v_weights[kMaxTaps] = {};
-  float* lines[kMaxTaps + 2] = {};
+  float* lines[kMaxTaps] = {};
   S* transposed[2] = {};
 };
 
@@ -39,9 +39,5 @@ template <class S>
 pass_fn<S> horizontal_pass(bool nearest);
 template <class S>
 pass_fn<S> vertical_pass(bool nearest);
-
-// Narrows len sums into samples (the last step of a weighted pass).
-void narrow_row(const float* sums, uint8_t* dst, uint32_t len);
-void narrow_row(const float* sums, uint16_t* dst, uint32_t len);
 
 }  // namespace ns_video_resize

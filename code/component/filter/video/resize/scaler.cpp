@@ -75,9 +75,9 @@ separable_scaler<S>::separable_scaler(const scaler_settings& s)
   const std::size_t line_length =
       (std::max({s.src_width, s.src_height, s.dst_width, s.dst_height}) + kLineAlign - 1) /
       kLineAlign * kLineAlign;
-  line_storage_ = aligned_buffer<float>((taps + 2) * line_length);
+  line_storage_ = aligned_buffer<float>(taps * line_length);
   context_.taps = taps;
-  for (uint32_t t = 0; t < taps + 2; ++t)
+  for (uint32_t t = 0; t < taps; ++t)
     context_.lines[t] = line_storage_.data() + t * line_length;
   for (uint32_t t = 0; t < taps; ++t) {
     context_.h_weights[t] = h_table_.weights[t].data();

@@ -10,20 +10,6 @@ namespace {
 
 using namespace testing_support;
 
-TEST(Scaler, NarrowingRoundsEightBitAndTruncatesSixteenBit) {
-  const float sums[] = {255.6f, -3.0f, 254.5f, 1.5f, 0.49f, 65535.9f, 12.9f, 70000.0f};
-  uint8_t narrow8[8];
-  uint16_t narrow16[8];
-  narrow_row(sums, narrow8, 8);
-  narrow_row(sums, narrow16, 8);
-  const uint8_t expected8[] = {255, 0, 254, 2, 0, 255, 13, 255};
-  const uint16_t expected16[] = {255, 0, 254, 1, 0, 65535, 12, 65535};
-  for (int i = 0; i < 8; ++i) {
-    EXPECT_EQ(narrow8[i], expected8[i]) << "sum " << sums[i];
-    EXPECT_EQ(narrow16[i], expected16[i]) << "sum " << sums[i];
-  }
-}
-
 template <class S>
 void expect_transposed(uint32_t width, uint32_t height) {
   std::vector<S> in(std::size_t{width} * height), out(in.size() + 1, 0x5A);
