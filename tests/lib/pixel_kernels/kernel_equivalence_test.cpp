@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -343,6 +344,129 @@ TEST_P(KernelEquivalence, GaussFilterU16) {
   check_gauss<uint16_t>(gauss_filter_u16_table, index(), rng_);
 }
 
+// Weighted rows against the sequence they replace, built from the generic kernels:
+// multiply the first row into the sum, then per tap multiply into a product and add
+// the sum, then narrow (8-bit: convert_f32_to_u8 rounding to nearest; 16-bit: truncate
+// toward zero, clamp, NaN to 0).
+template <class S>
+void weighted_reference(const std::vector<const float*>& rows, const std::vector<float>& weights,
+                        S* dst, int32_t len) {
+  std::vector<float> sum(len), product(len);
+  ASSERT_EQ(multiply_by_constant_f32_table[0](rows[0], weights[0], sum.data(), len), status_ok);
+  for (size_t t = 1; t < rows.size(); ++t) {
+    ASSERT_EQ(multiply_by_constant_f32_table[0](rows[t], weights[t], product.data(), len), status_ok);
+    ASSERT_EQ(add_f32_table[0](product.data(), sum.data(), sum.data(), len), status_ok);
+  }
+  if constexpr (sizeof(S) == 1) {
+    ASSERT_EQ(convert_f32_to_u8_table[0](sum.data(), dst, len, round_nearest, 0), status_ok);
+  } else {
+    for (int32_t i = 0; i < len; ++i) {
+      const float v = sum[i];
+      dst[i] = !(v > 0.0f) ? 0 : v >= 65535.0f ? 65535 : static_cast<S>(static_cast<int32_t>(v));
+    }
+  }
+}
+
+// Weights a sum gets wrong first: signed zeros (which must not read their row), 1.0,
+// negatives, subnormal and tiny magnitudes, large ones.
+float weight_pick(std::mt19937_64& rng) {
+  const float picks[] = {0.0f,  -0.0f,   1.0f,    -1.0f,   0.5f,    -0.0625f, 1.0e-40f,
+                         -1.0e-40f, 1.0e-30f, 1.3e-7f, 3.5f, -2.75f, 1.0e20f};
+  if (rng() % 3 == 0) return std::uniform_real_distribution<float>(-0.6f, 1.2f)(rng);
+  return picks[rng() % (sizeof picks / sizeof picks[0])];
+}
+
+// Rows of widened samples (what the scaler passes) or of any floats; 1 to 6 taps; every
+// short length and long ones; each row and dst misaligned on its own; dst also over the
+// first row's own storage. Rows must come back unchanged.
+template <class S, class Fn>
+void check_weighted(const dispatch_table<Fn>& table, int index, std::mt19937_64& rng) {
+  const S max = std::numeric_limits<S>::max();
+  enum class rows_of { samples, extremes, random, special, mixed_nan };
+  const rows_of kinds[] = {rows_of::samples, rows_of::extremes, rows_of::random, rows_of::special,
+                           rows_of::mixed_nan};
+  for (int32_t taps : {1, 2, 3, 4, 6}) {
+    for (rows_of kind : kinds) {
+      for (int32_t len : row_lengths()) {
+        const auto [so, doff] = offsets()[static_cast<size_t>(len + taps) % offsets().size()];
+        std::vector<std::unique_ptr<exact_buffer<float>>> storage;
+        std::vector<const float*> rows;
+        std::vector<float> weights;
+        for (int32_t t = 0; t < taps; ++t) {
+          storage.push_back(std::make_unique<exact_buffer<float>>(len, (so + t) % 8));
+          exact_buffer<float>& row = *storage.back();
+          for (int32_t i = 0; i < len; ++i) {
+            switch (kind) {
+              case rows_of::samples:
+                row[i] = static_cast<float>(static_cast<S>(rng()));
+                break;
+              case rows_of::extremes:
+                row[i] = rng() % 2 ? static_cast<float>(max) : 0.0f;
+                break;
+              case rows_of::random:
+                row[i] = make_float(rng, fill::random);
+                break;
+              case rows_of::special:
+                row[i] = make_float(rng, fill::special);
+                break;
+              case rows_of::mixed_nan:
+                row[i] = make_float(rng, fill::mixed_nan);
+                break;
+            }
+          }
+          rows.push_back(row.data());
+          weights.push_back(weight_pick(rng));
+        }
+        std::vector<std::vector<float>> before;
+        for (const float* r : rows) before.emplace_back(r, r + len);
+        std::vector<S> want(len);
+        weighted_reference(rows, weights, want.data(), len);
+        const auto describe = [&] {
+          testing::Message m;
+          m << taps << " taps, len " << len << ", rows kind " << static_cast<int>(kind)
+            << ", offsets " << so << "," << doff << ", weights";
+          for (float w : weights) m << " " << w;
+          return m;
+        };
+        guarded_bytes out(len * sizeof(S), doff * sizeof(S));
+        const unsigned int csr = _mm_getcsr() & ~0x3Fu;
+        ASSERT_EQ(table[index](rows.data(), weights.data(), taps, out.as<S>(), len), status_ok)
+            << describe();
+        ASSERT_EQ(_mm_getcsr() & ~0x3Fu, csr) << "MXCSR controls changed";
+        ASSERT_TRUE(out.guards_intact()) << "wrote outside the destination, " << describe();
+        for (int32_t i = 0; i < len; ++i)
+          ASSERT_EQ(out.as<S>()[i], want[i]) << "element " << i << ", " << describe();
+        for (int32_t t = 0; t < taps; ++t)
+          ASSERT_TRUE(storage[t]->same_as(before[t])) << "row " << t << " changed";
+        // Over the first row: each element's taps are read before it is stored.
+        S* over_first = reinterpret_cast<S*>(storage[0]->data());
+        ASSERT_EQ(table[index](rows.data(), weights.data(), taps, over_first, len), status_ok);
+        ASSERT_EQ(std::memcmp(over_first, want.data(), len * sizeof(S)), 0)
+            << "over the first row, " << describe();
+      }
+    }
+  }
+}
+
+TEST_P(KernelEquivalence, WeightedRowsF32ToU8) {
+  if (repeats_lower_slot(weighted_rows_f32_to_u8_table)) GTEST_SKIP() << "same function as a lower slot";
+  SCOPED_TRACE(testing::Message() << "level " << level() << " seed " << pk_test::test_seed());
+  check_weighted<uint8_t>(weighted_rows_f32_to_u8_table, index(), rng_);
+}
+
+TEST_P(KernelEquivalence, WeightedRowsF32ToU16) {
+  if (repeats_lower_slot(weighted_rows_f32_to_u16_table)) GTEST_SKIP() << "same function as a lower slot";
+  SCOPED_TRACE(testing::Message() << "level " << level() << " seed " << pk_test::test_seed());
+  check_weighted<uint16_t>(weighted_rows_f32_to_u16_table, index(), rng_);
+}
+
+// The generic code is the other levels' reference, so it too must match the sequence.
+TEST(WeightedRowsGeneric, MatchesTheMultiplyAddNarrowSequence) {
+  std::mt19937_64 rng{pk_test::test_seed()};
+  check_weighted<uint8_t>(weighted_rows_f32_to_u8_table, 0, rng);
+  check_weighted<uint16_t>(weighted_rows_f32_to_u16_table, 0, rng);
+}
+
 INSTANTIATE_TEST_SUITE_P(Levels, KernelEquivalence, testing::Range(1, kVariantCount), pk_test::level_param_name());
 
 // The tables are the designed ladder: slot 3 repeats slot 2, slot 4 repeats slot 1
@@ -373,6 +497,8 @@ TEST(DispatchTables, AliasOnlyWhereDesigned) {
   check(multiply_f32_table, true, "multiply_f32");
   check(gauss_filter_u8_table, false, "gauss_filter_u8");
   check(gauss_filter_u16_table, false, "gauss_filter_u16");
+  check(weighted_rows_f32_to_u8_table, false, "weighted_rows_f32_to_u8");
+  check(weighted_rows_f32_to_u16_table, false, "weighted_rows_f32_to_u16");
 }
 
 }  // namespace
