@@ -123,6 +123,25 @@ void register_row_kernels(uint64_t f, size_case s) {
                   [=](multiply_f32_fn* fn) { return fn(f1->data(), f2->data(), fout->data(), len); });
 }
 
+// Four taps, as the cubic filter has: rows one row apart in a plane three rows taller
+// than the size, so that the taps overlap as an output row's do.
+void register_weighted_rows(uint64_t f, size_case s) {
+  const size_t n = static_cast<size_t>(s.width) * s.height;
+  const auto len = static_cast<int32_t>(n);
+  auto plane = shared_samples<float>(n + 3 * static_cast<size_t>(s.width), 9);
+  auto u8out = shared_samples<uint8_t>(n, 10);
+  auto u16out = shared_samples<uint16_t>(n, 11);
+  const float* p = plane->data();
+  const auto rows = std::make_shared<std::vector<const float*>>(
+      std::vector<const float*>{p, p + s.width, p + 2 * s.width, p + 3 * s.width});
+  const auto weights = std::make_shared<std::vector<float>>(std::vector<float>{-0.0703125f, 0.8671875f, 0.2265625f, -0.0234375f});
+  const int64_t samples = len;
+  register_kernel("weighted_rows_f32_to_u8", weighted_rows_f32_to_u8_table, f, s, samples, samples * 17,
+                  [=](weighted_rows_f32_to_u8_fn* fn) { return fn(rows->data(), weights->data(), 4, u8out->data(), len); });
+  register_kernel("weighted_rows_f32_to_u16", weighted_rows_f32_to_u16_table, f, s, samples, samples * 18,
+                  [=](weighted_rows_f32_to_u16_fn* fn) { return fn(rows->data(), weights->data(), 4, u16out->data(), len); });
+}
+
 // The region is the size's full width and height; the source plane adds the
 // 2-sample ring that both masks may read.
 template <class T, class Fn>
@@ -147,6 +166,7 @@ int main(int argc, char** argv) {
   const uint64_t features = decode_features(read_cpu_snapshot());
   for (size_case s : sizes) {
     register_row_kernels(features, s);
+    register_weighted_rows(features, s);
     register_gauss<uint8_t>("gauss_filter_u8", gauss_filter_u8_table, features, s);
     register_gauss<uint16_t>("gauss_filter_u16", gauss_filter_u16_table, features, s);
   }
