@@ -1,3 +1,4 @@
+#include "conversion.h"
 #include "ffprobe.h"
 #include "introoutro/contact_sheet.h"
 #include "io/y4m_reader.h"
@@ -109,10 +110,10 @@ TEST_F(IntrooutroCli, ConformsClipsOfOtherSizesAndRates) {
   const auto first_main = std::find(ids.begin(), ids.end(), 100);
   ASSERT_NE(first_main, ids.end());
   const auto intro_frames = first_main - ids.begin();
-  EXPECT_NEAR(static_cast<double>(intro_frames), 20.0, 1.0);
+  expect_about(intro_frames, 20);
   EXPECT_EQ(std::vector<int>(first_main, first_main + std::min<ptrdiff_t>(6, ids.end() - first_main)),
             (std::vector<int>{100, 101, 102, 103, 104, 105}));
-  EXPECT_NEAR(static_cast<double>(ids.size() - intro_frames - 6), 8.0, 1.0);
+  expect_about(ids.size() - intro_frames - 6, 8);
   EXPECT_EQ(std::count(ids.begin(), ids.end(), -1), static_cast<ptrdiff_t>(ids.size() - 6));
 }
 

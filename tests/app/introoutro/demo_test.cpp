@@ -1,4 +1,6 @@
+#include "conversion.h"
 #include "ffprobe.h"
+#include "introoutro/demo_clips.h"
 #include "io/y4m_reader.h"
 #include "png_reader.h"
 #include "run_program.h"
@@ -7,11 +9,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-
 namespace {
 
 using namespace introoutro_test;
 using ::testing::HasSubstr;
+
+using ns_introoutro::demo_clip;
+using ns_introoutro::demo_clips;
+using ns_introoutro::render_demo_picture;
 
 // Output frames from a clip of `frames` at `fps` under the 30000/1001 main source.
 double at_main_rate(double frames, double fps) { return frames * 30000.0 / 1001.0 / fps; }
@@ -33,12 +38,23 @@ TEST(IntrooutroDemo, SplicesItsClipsIntoTheMainFormat) {
   const std::string out = dir / "introoutro-demo.y4m";
   ns_y4m::y4m_reader reader(out);
   EXPECT_EQ(ns_y4m::format_stream_header(reader.header()), "YUV4MPEG2 W1920 H1080 F30000:1001 Ip A1:1 C420jpeg\n");
-  std::vector<uint8_t> picture(reader.picture_size());
-  uint64_t frames = 0;
-  while (reader.read_frame(picture.data())) ++frames;
-  // Two seconds of intro and of outro at the main rate around the 120 main frames.
-  const double expected = at_main_rate(50, 25) + 120 + at_main_rate(48, 24);
-  EXPECT_NEAR(static_cast<double>(frames), expected, 2.0);
+  // Every main picture exactly once, in order, with about two seconds of converted
+  // intro before and of outro after.
+  const demo_clip& main = demo_clips()[1];
+  std::vector<uint8_t> picture(reader.picture_size()), next_main(reader.picture_size());
+  render_demo_picture(main, 0, next_main.data());
+  uint64_t frames = 0, mains = 0, first_main = 0;
+  while (reader.read_frame(picture.data())) {
+    if (mains < main.frames && picture == next_main) {
+      if (mains == 0) first_main = frames;
+      EXPECT_EQ(frames, first_main + mains) << "main frame " << mains << " is not where it belongs";
+      render_demo_picture(main, ++mains, next_main.data());
+    }
+    ++frames;
+  }
+  EXPECT_EQ(mains, main.frames);
+  expect_about(first_main, at_main_rate(50, 25));
+  expect_about(frames - first_main - mains, at_main_rate(48, 24));
   EXPECT_THAT(r.err, HasSubstr(std::to_string(frames) + " frames out (1920x1080 at 29.97 frames/s"));
 
   // Four 480x270 thumbnails (a quarter of 1080p) side by side with their labels.

@@ -81,10 +81,4 @@ inline run_result run_program(const std::string& program, const std::vector<std:
   return r;
 }
 
-// A plug-in that does not convert clips refuses, at configure, a clip whose size or
-// rate differs from the main source's.
-inline bool refused_conversion(const run_result& r) {
-  return r.status != 0 && r.err.find("conversion") != std::string::npos;
-}
-
 }  // namespace introoutro_test
