@@ -53,11 +53,12 @@ inline std::string read_file(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-// The message of the KX::CException that f throws, or "(no exception)".
-inline std::string error_of(const std::function<void()>& f) {
+// The message of the exception of type E that f throws, or "(no exception)".
+template <class E = KX::CException>
+std::string error_of(const std::function<void()>& f) {
   try {
     f();
-  } catch (const KX::CException& e) {
+  } catch (const E& e) {
     return e.what();
   }
   return "(no exception)";
