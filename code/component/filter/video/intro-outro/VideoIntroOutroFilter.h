@@ -43,18 +43,21 @@ public:
   // Steps while any open source has frames, then flush() and end() on output 0.
   int runloop(ulbase::object_refcount* argument) override;
   // Formats, queue roles, output description, clip preparation. 0 ready; -1 when a
-  // clip's converter or resizer cannot be set up; configuration errors are thrown.
+  // clip's frame-rate converter cannot be made or refuses the clip; configuration
+  // errors are thrown.
   int configure(const KX::ZM::RComponentConfiguration& config) override;
 
 private:
   // Makes the clip's resizer and converter where its size or rate differs from the
-  // main source's. False when one of them refuses its set-up.
+  // main source's. False when the converter cannot be made or refuses the clip.
   bool configure_xtro_queue(int32_t& index, ns_video_framerate::framerate_filter*& rate,
                             ns_video_resize::kx_resize*& resize, const video_descriptions& descriptions);
   // One clip step: reads one frame and writes what it becomes (none, one or several).
   bool process_xtro_queue(int32_t& index, ns_video_framerate::framerate_filter* rate,
                           ns_video_resize::kx_resize* resize);
   bool process_main_queue();
+  // The frame's picture scaled to the main source's size, through conv_buffer.
+  void resize_picture(KX::ZM::RFrame& frame, ns_video_resize::kx_resize& resize);
 
   // Every input's video description, in input order; throws naming a queue without one.
   video_descriptions input_descriptions() const;

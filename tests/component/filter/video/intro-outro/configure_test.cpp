@@ -99,30 +99,40 @@ TEST(IntroOutroConfigure, ErrorsReachTheGraphHostTyped) {
   }
 }
 
-// A clip matches when its size is the main source's and its rate, truncated to whole
-// frames, equals the main rate; any other clip is refused rather than run unconverted.
-TEST(IntroOutroConfigure, ClipsNeedingConversionAreRefused) {
-  struct rate_case {
+// A clip that matches the main source is never asked its format; one that needs a
+// resizer (line 152) or a converter (line 192) must be "IYUV" or "Y22P". A converter
+// that refuses its clip's rate makes configure return -1; what was made by then goes
+// with the filter (the sanitizer run checks that nothing leaks).
+TEST(IntroOutroConfigure, ClipPreparationChecksTheFormatOnlyWhereNeeded) {
+  const config_keys none;
+  const config_keys rgb{{"system_informat", "RGB3"}, {"system_outformat", "RGB3"}};
+  const config_keys y22p{{"system_informat", "Y22P"}, {"system_outformat", "Y22P"}};
+  struct prep_case {
     RPtr<const KX::ZM::RDescription> clip, main;
-    bool refused;
+    config_keys keys;
+    int result;
+    int line;
+    const char* format;
   };
-  for (const rate_case& c : std::vector<rate_case>{
-           {video(4, 2, 25.0), video(4, 2, 25.0), false},
-           {video(4, 2, 25.9), video(4, 2, 25.0), false},
-           {video(4, 2, 29.97), video(4, 2, 29.97), true},
-           {video(4, 2, 24.0), video(4, 2, 25.0), true},
-           {video(6, 2, 25.0), video(4, 2, 25.0), true},
-           {video(4, 4, 25.0), video(4, 2, 25.0), true},
-           {video(4, 2, -1.0), video(4, 2, 0.0), true},
+  for (const prep_case& c : std::vector<prep_case>{
+           {video(4, 2, 25.0), video(4, 2, 25.0), none, 0, 0, ""},
+           {video(4, 2, 25.9), video(4, 2, 25.0), none, 0, 0, ""},
+           {video(8, 4, 25.0), video(4, 2, 25.0), none, 0, 152, "????"},
+           {video(8, 4, 24.0), video(4, 2, 25.0), rgb, 0, 152, "RGB3"},
+           {video(4, 2, 24.0), video(4, 2, 25.0), none, 0, 192, "????"},
+           {video(4, 2, 29.97), video(4, 2, 29.97), rgb, 0, 192, "RGB3"},
+           {video(8, 4, 24.0), video(4, 2, 25.0), y22p, 0, 0, ""},
+           {video(8, 4, 0.0), video(4, 2, 25.0), kIYUV_keys, -1, 0, ""},
+           {video(4, 2, -1.0), video(4, 2, 0.0), y22p, -1, 0, ""},
        }) {
     filter_rig rig({"main", "intro"}, {c.main, c.clip});
+    SCOPED_TRACE(c.format);
     try {
-      EXPECT_EQ(rig.configure(kIYUV_keys), 0);
-      EXPECT_FALSE(c.refused);
+      EXPECT_EQ(rig.configure(c.keys), c.result);
+      EXPECT_EQ(c.line, 0) << "no exception";
     } catch (const KX::CException& e) {
-      EXPECT_TRUE(c.refused) << e.what();
-      EXPECT_EQ(e.getLine(), 140);
-      EXPECT_NE(std::string(e.what()).find("Queue 'intro'"), std::string::npos) << e.what();
+      expect_filter_error(e, c.line, std::string("*** ERROR ***: Bad input format: '") + c.format + "'",
+                          "VideoIntroOutroFilter::configure_xtro_queue");
     }
   }
 }
