@@ -10,12 +10,16 @@ Usage:
   introoutro demo [-o FILE] [--preview FILE.png] [options]
   introoutro --help | --version
 
-The output holds every frame of the intro, then every frame of the main source,
-then every frame of the outro, numbered and timed as one stream. Each clip is
-conformed to the main source first: to its frame rate (repeat and drop on a time
-grid, 24<->25 cadences, 3:2 telecine) and to its picture size (scaled). Main
-frames pass through untouched. The output carries the main source's header:
-size, rate, interlacing, aspect and chroma siting.
+The output holds the intro, then every frame of the main source, then the
+outro, numbered and timed as one stream. Each clip is conformed to the main
+source first: to its frame rate (repeat and drop on a time grid, 24<->25
+cadences, 3:2 telecine) and to its picture size (scaled). A clip of the main
+source's size at the same whole-number rate (25 under 25; 29.97 under 29.97 is
+converted) is copied frame for frame; a converted clip gives about its duration
+at the main rate, up to a few frames short, as its last pictures are still in
+the converter when it ends. Main frames pass through untouched. The output
+carries the main source's header: size, rate, interlacing, aspect and chroma
+siting.
 
 Formats: YUV4MPEG2 (.y4m) streams, 8-bit 4:2:0 (C420jpeg, C420mpeg2, C420paldv,
 C420) or 8-bit 4:2:2 (C422); all inputs must be of the same one. A clip that is
