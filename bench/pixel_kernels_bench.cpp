@@ -131,15 +131,19 @@ void register_weighted_rows(uint64_t f, size_case s) {
   auto plane = shared_samples<float>(n + 3 * static_cast<size_t>(s.width), 9);
   auto u8out = shared_samples<uint8_t>(n, 10);
   auto u16out = shared_samples<uint16_t>(n, 11);
-  const float* p = plane->data();
-  const auto rows = std::make_shared<std::vector<const float*>>(
-      std::vector<const float*>{p, p + s.width, p + 2 * s.width, p + 3 * s.width});
-  const auto weights = std::make_shared<std::vector<float>>(std::vector<float>{-0.0703125f, 0.8671875f, 0.2265625f, -0.0234375f});
+  // Held by the lambdas with the plane they point into.
+  struct taps {
+    std::shared_ptr<aligned_vector<float>> plane;
+    const float* rows[4];
+    float weights[4] = {-0.0703125f, 0.8671875f, 0.2265625f, -0.0234375f};
+  };
+  auto t = std::make_shared<taps>(taps{plane, {}});
+  for (int32_t k = 0; k < 4; ++k) t->rows[k] = plane->data() + k * s.width;
   const int64_t samples = len;
   register_kernel("weighted_rows_f32_to_u8", weighted_rows_f32_to_u8_table, f, s, samples, samples * 17,
-                  [=](weighted_rows_f32_to_u8_fn* fn) { return fn(rows->data(), weights->data(), 4, u8out->data(), len); });
+                  [=](weighted_rows_f32_to_u8_fn* fn) { return fn(t->rows, t->weights, 4, u8out->data(), len); });
   register_kernel("weighted_rows_f32_to_u16", weighted_rows_f32_to_u16_table, f, s, samples, samples * 18,
-                  [=](weighted_rows_f32_to_u16_fn* fn) { return fn(rows->data(), weights->data(), 4, u16out->data(), len); });
+                  [=](weighted_rows_f32_to_u16_fn* fn) { return fn(t->rows, t->weights, 4, u16out->data(), len); });
 }
 
 // The region is the size's full width and height; the source plane adds the
