@@ -9,29 +9,35 @@ namespace ns_video_resize {
 
 namespace {
 
-__m128i load8(const void* p) { return _mm_loadl_epi64(static_cast<const __m128i*>(p)); }
 __m128i load16(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
-void store8(void* p, __m128i v) { _mm_storel_epi64(static_cast<__m128i*>(p), v); }
 void store16(void* p, __m128i v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
 
-// 8x8 samples per block, each step interleaving pairs of rows at twice the width of
-// the step before, so that all of a block stays in the 16 SSE registers.
+// 16x16 bytes per block, so that every load and store is a whole SSE register: each
+// step interleaves groups of rows at twice the width of the step before.
 void transpose_block(const uint8_t* in, std::size_t in_stride, uint8_t* out,
                      std::size_t out_stride) {
-  __m128i a[4], b[4];
-  for (int i = 0; i < 4; ++i)
-    a[i] = _mm_unpacklo_epi8(load8(in + 2 * i * in_stride), load8(in + (2 * i + 1) * in_stride));
-  b[0] = _mm_unpacklo_epi16(a[0], a[1]);  // columns 0-3 of rows 0-3
-  b[1] = _mm_unpackhi_epi16(a[0], a[1]);  // columns 4-7 of rows 0-3
-  b[2] = _mm_unpacklo_epi16(a[2], a[3]);
-  b[3] = _mm_unpackhi_epi16(a[2], a[3]);
-  for (int i = 0; i < 2; ++i) {
-    const __m128i even = _mm_unpacklo_epi32(b[i], b[i + 2]);  // output rows 4i, 4i + 1
-    const __m128i odd = _mm_unpackhi_epi32(b[i], b[i + 2]);   // output rows 4i + 2, 4i + 3
-    store8(out + 4 * i * out_stride, even);
-    store8(out + (4 * i + 1) * out_stride, _mm_unpackhi_epi64(even, even));
-    store8(out + (4 * i + 2) * out_stride, odd);
-    store8(out + (4 * i + 3) * out_stride, _mm_unpackhi_epi64(odd, odd));
+  __m128i a[16], b[16];
+  for (int i = 0; i < 8; ++i) {  // columns 0-7, then 8-15, of rows 2i, 2i + 1
+    const __m128i r0 = load16(in + 2 * i * in_stride);
+    const __m128i r1 = load16(in + (2 * i + 1) * in_stride);
+    a[2 * i] = _mm_unpacklo_epi8(r0, r1);
+    a[2 * i + 1] = _mm_unpackhi_epi8(r0, r1);
+  }
+  for (int j = 0; j < 4; ++j) {  // columns 4q .. 4q + 3 of rows 4j .. 4j + 3 in b[4j + q]
+    b[4 * j] = _mm_unpacklo_epi16(a[4 * j], a[4 * j + 2]);
+    b[4 * j + 1] = _mm_unpackhi_epi16(a[4 * j], a[4 * j + 2]);
+    b[4 * j + 2] = _mm_unpacklo_epi16(a[4 * j + 1], a[4 * j + 3]);
+    b[4 * j + 3] = _mm_unpackhi_epi16(a[4 * j + 1], a[4 * j + 3]);
+  }
+  for (int h = 0; h < 2; ++h) {  // columns 2k, 2k + 1 of rows 8h .. 8h + 7 in a[8h + k]
+    for (int q = 0; q < 4; ++q) {
+      a[8 * h + 2 * q] = _mm_unpacklo_epi32(b[8 * h + q], b[8 * h + 4 + q]);
+      a[8 * h + 2 * q + 1] = _mm_unpackhi_epi32(b[8 * h + q], b[8 * h + 4 + q]);
+    }
+  }
+  for (int k = 0; k < 8; ++k) {
+    store16(out + 2 * k * out_stride, _mm_unpacklo_epi64(a[k], a[8 + k]));
+    store16(out + (2 * k + 1) * out_stride, _mm_unpackhi_epi64(a[k], a[8 + k]));
   }
 }
 
@@ -58,7 +64,7 @@ void transpose_block(const uint16_t* in, std::size_t in_stride, uint16_t* out,
 
 template <class S>
 void transpose(const S* in, uint32_t width, uint32_t height, S* out) {
-  constexpr uint32_t n = 8;
+  constexpr uint32_t n = 16 / sizeof(S);
   const uint32_t full_width = width / n * n;
   const uint32_t full_height = height / n * n;
   // Bands of 64 bytes of output row: each output cache line is filled whole while
