@@ -54,7 +54,6 @@ TEST(Y4mHeader, EachBadFieldIsNamed) {
       {"YUV4MPEG2 W8 H6 F25:0", "frame rate F25:0"},
       {"YUV4MPEG2 W8 H6 F25", "F: '25' is not of the form N:D"},
       {"YUV4MPEG2 W8 H6 F25:1 C444", "chroma format C444 is not supported"},
-      {"YUV4MPEG2 W8 H6 F25:1 C420p10", "chroma format C420p10 is not supported"},
       {"YUV4MPEG2 W8 H6 F25:1 Ix", "interlacing Ix"},
       {"YUV4MPEG2 W8 H6 F25:1 A1:0", "pixel aspect A1:0"},
       {"YUV4MPEG2 W8 H6 W8 F25:1", "field W is given twice"},
@@ -75,11 +74,6 @@ TEST(Y4mHeader, PictureBytesRoundChromaUp) {
   EXPECT_EQ(bytes("YUV4MPEG2 W5 H3 F25:1 C420paldv"), 15u + 2 * 3 * 2);
   EXPECT_EQ(bytes("YUV4MPEG2 W5 H3 F25:1 C422"), 15u + 2 * 3 * 3);
   EXPECT_EQ(bytes("YUV4MPEG2 W5 H3 F25:1 Cmono"), 15u);
-
-  EXPECT_EQ(picture_fourcc(chroma::c420), 0x49595556u);  // "IYUV"
-  EXPECT_EQ(picture_fourcc(chroma::c420paldv), 0x49595556u);
-  EXPECT_EQ(picture_fourcc(chroma::c422), 0x59323250u);  // "Y22P"
-  EXPECT_EQ(picture_fourcc(chroma::mono), 0u);
 }
 
 TEST(Y4mHeader, FrameHeadersKeepTheirParameters) {
@@ -104,7 +98,6 @@ TEST(Y4mFrameClock, TimesAndTimeCodesFollowTheRate) {
   EXPECT_EQ(frame_clock({50, 2}).timecode_of(25).to_string(), "00:00:01:00");
   EXPECT_EQ(frame_clock({24000, 1001}).timecode_mode(), ulbase::timecode::mode_23_976);
   EXPECT_EQ(frame_clock({15, 1}).timecode_mode(), ulbase::timecode::mode_none);
-  EXPECT_DOUBLE_EQ(frame_clock({25, 1}).period(), 0.04);
 }
 
 }  // namespace

@@ -36,10 +36,11 @@ inline std::string picture(uint64_t n, uint64_t bytes) {
   return p;
 }
 
-// The header line, then `frames` frames of `bytes` bytes with bare FRAME headers.
-inline std::string stream(const std::string& header, uint64_t frames, uint64_t bytes) {
+// The header line, then `frames` frames of `bytes` bytes with bare FRAME headers,
+// pictures first, first + 1, ...
+inline std::string stream(const std::string& header, uint64_t frames, uint64_t bytes, uint64_t first = 0) {
   std::string s = header + "\n";
-  for (uint64_t n = 0; n < frames; ++n) s += "FRAME\n" + picture(n, bytes);
+  for (uint64_t n = first; n < first + frames; ++n) s += "FRAME\n" + picture(n, bytes);
   return s;
 }
 

@@ -1,11 +1,9 @@
 #include "io/y4m_reader.h"
-#include "io/y4m_writer.h"
 #include "y4m_test_files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <thread>
 #include <unistd.h>
 
@@ -108,44 +106,6 @@ TEST(Y4mReader, BadStreamsNameTheFileAndFrame) {
   EXPECT_THAT(error_of([&] { y4m_reader r(dir / "missing.y4m"); }),
               HasSubstr("missing.y4m: cannot open: No such file or directory"));
   EXPECT_THAT(error_of([&] { y4m_reader r(dir / "."); }), HasSubstr(": is a directory"));
-}
-
-// What was written reads back byte for byte; a full device and a closed pipe are
-// errors that name the output, never a silently shorter file.
-TEST(Y4mWriter, WritesWhatTheReaderReadsAndReportsFailures) {
-  scratch_dir dir;
-  const stream_header h = parse_stream_header("YUV4MPEG2 W31 H7 F24000:1001 Ib A10:11 C420paldv XA=b");
-  const uint64_t bytes = picture_bytes(h);
-  {
-    y4m_writer w(dir / "out.y4m");
-    w.write_header(h);
-    for (uint64_t n = 0; n < 5; ++n) w.write_frame(reinterpret_cast<const uint8_t*>(picture(n, bytes).data()), bytes);
-    w.finish();
-    EXPECT_EQ(w.bytes_written(), format_stream_header(h).size() + 5 * (bytes + 6));
-  }
-  EXPECT_EQ(read_file(dir / "out.y4m"), stream(format_stream_header(h).substr(0, format_stream_header(h).size() - 1),
-                                               5, bytes));
-  y4m_reader r(dir / "out.y4m");
-  EXPECT_EQ(format_stream_header(r.header()), format_stream_header(h));
-  expect_frames(r, 5);
-
-  EXPECT_EQ(error_of([&] {
-              y4m_writer w("/dev/full");
-              w.write_header(h);
-            }),
-            "/dev/full: the stream header: write failed: No space left on device");
-  EXPECT_THAT(error_of([&] { y4m_writer w(dir / "no/such/dir.y4m"); }),
-              HasSubstr("no/such/dir.y4m: cannot create: No such file or directory"));
-
-  signal(SIGPIPE, SIG_IGN);
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  close(fds[0]);
-  EXPECT_EQ(error_of([&] {
-              y4m_writer w(fds[1], "standard output", true);
-              w.write_header(h);
-            }),
-            "standard output: the stream header: write failed: Broken pipe (the reading end of the pipe was closed)");
 }
 
 }  // namespace
