@@ -67,53 +67,42 @@ TEST(CpuFeatures, EachRegisterBitLandsOnItsMaskBit) {
   EXPECT_EQ(decode_features(all), 0x7EFFFull);  // 0-11 and 13-18: not the family-0xB bits
 }
 
-TEST(CpuFeatures, AvxCountsOnlyWithOperatingSystemState) {
-  cpu_snapshot s = avx_enabled();
-  EXPECT_TRUE(decode_features(s) & feature_avx_os);
-  EXPECT_EQ(choose_variant(decode_features(s)), 5);
-  for (uint64_t xcr0 : {0x0ull, 0x3ull, 0x5ull}) {  // YMM or XMM state not saved
-    s.xcr0 = xcr0;
-    EXPECT_FALSE(decode_features(s) & feature_avx_os) << xcr0;
-    EXPECT_EQ(choose_variant(decode_features(s)), 4) << "AVX unusable, SSE4.1 is next";
-  }
-  s = avx_enabled();
-  s.leaf1.ecx &= ~b(27);  // no OSXSAVE: XCR0 cannot be trusted
-  EXPECT_FALSE(decode_features(s) & feature_avx_os);
-  EXPECT_EQ(choose_variant(decode_features(s)), 4);
-}
-
-TEST(CpuFeatures, Avx2GroupNeedsFmaAvx2Bmi1Bmi2AndLeaf7) {
-  const uint32_t group7 = b(5) | b(3) | b(8);
-  cpu_snapshot s = avx_enabled(b(12));
-  s.leaf7.ebx = group7;
-  EXPECT_EQ(choose_variant(decode_features(s)), 6);
-  for (uint32_t missing : {b(5), b(3), b(8)}) {
-    s.leaf7.ebx = group7 & ~missing;
-    EXPECT_EQ(choose_variant(decode_features(s)), 5) << std::hex << missing;
-  }
-  s.leaf7.ebx = group7;
-  s.leaf1.ecx &= ~b(12);  // no FMA
-  EXPECT_EQ(choose_variant(decode_features(s)), 5);
-  // Leaf 7 holds the group, ADX and RDSEED, but a highest basic leaf of 6 means it
-  // was never valid to read.
-  s = avx_enabled(b(12));
-  s.leaf7.ebx = group7 | b(18) | b(19);
-  s.leaf0.eax = 6;
-  EXPECT_EQ(decode_features(s) & (feature_avx2_group | feature_adx | feature_rdseed), 0u);
-  EXPECT_EQ(choose_variant(decode_features(s)), 5);
-  // Likewise leaf 0x80000001 beyond the highest extended leaf.
-  s.ext1.ecx = b(8);
-  s.ext0.eax = 0x80000000u;
-  EXPECT_FALSE(decode_features(s) & feature_prefetchw);
-}
-
-TEST(CpuFeatures, LadderBelowAvx) {
-  EXPECT_EQ(choose_variant(decode_features(with_leaf1(b(9) | b(22) | b(0)))), 3) << "SSSE3 + MOVBE";
-  EXPECT_EQ(choose_variant(decode_features(with_leaf1(b(9) | b(0)))), 2) << "SSSE3";
-  EXPECT_EQ(choose_variant(decode_features(with_leaf1(b(22) | b(0)))), 1) << "MOVBE + SSE3, no SSSE3";
-  EXPECT_EQ(choose_variant(decode_features(with_leaf1(b(22)))), 0) << "MOVBE alone";
-  EXPECT_EQ(choose_variant(decode_features(with_leaf1(0, b(26) | b(25) | b(23)))), 0) << "baseline";
-  EXPECT_EQ(choose_variant(decode_features(with_leaf1(b(19) | b(22) | b(9)))), 4) << "SSE4.1 beats MOVBE";
+// The ladder on made-up processors: first match wins, and a level counts only with
+// every feature it needs, including the operating system's AVX state.
+TEST(CpuFeatures, LadderPicksTheHighestUsableLevel) {
+  const uint32_t group7 = b(5) | b(3) | b(8);  // AVX2, BMI1, BMI2
+  auto avx2 = [&](auto change) {
+    cpu_snapshot s = avx_enabled(b(12));  // FMA
+    s.leaf7.ebx = group7 | b(18) | b(19);
+    change(s);
+    return s;
+  };
+  const struct {
+    const char* why;
+    cpu_snapshot regs;
+    int32_t index;
+  } rungs[] = {
+      {"AVX2 group", avx2([](cpu_snapshot&) {}), 6},
+      {"no AVX2", avx2([&](cpu_snapshot& s) { s.leaf7.ebx &= ~b(5); }), 5},
+      {"no BMI1", avx2([&](cpu_snapshot& s) { s.leaf7.ebx &= ~b(3); }), 5},
+      {"no BMI2", avx2([&](cpu_snapshot& s) { s.leaf7.ebx &= ~b(8); }), 5},
+      {"no FMA", avx2([&](cpu_snapshot& s) { s.leaf1.ecx &= ~b(12); }), 5},
+      {"leaf 7 beyond the highest basic leaf", avx2([](cpu_snapshot& s) { s.leaf0.eax = 6; }), 5},
+      {"XCR0 saves neither", avx2([](cpu_snapshot& s) { s.xcr0 = 0; }), 4},
+      {"XCR0 without YMM", avx2([](cpu_snapshot& s) { s.xcr0 = 3; }), 4},
+      {"XCR0 without XMM", avx2([](cpu_snapshot& s) { s.xcr0 = 5; }), 4},
+      {"no OSXSAVE: XCR0 untrusted", avx2([](cpu_snapshot& s) { s.leaf1.ecx &= ~b(27); }), 4},
+      {"SSE4.1 beats MOVBE", with_leaf1(b(19) | b(22) | b(9)), 4},
+      {"SSSE3 + MOVBE", with_leaf1(b(9) | b(22) | b(0)), 3},
+      {"SSSE3", with_leaf1(b(9) | b(0)), 2},
+      {"MOVBE + SSE3, no SSSE3", with_leaf1(b(22) | b(0)), 1},
+      {"MOVBE alone", with_leaf1(b(22)), 0},
+      {"baseline", with_leaf1(0, b(26) | b(25) | b(23)), 0},
+  };
+  for (const auto& r : rungs) EXPECT_EQ(choose_variant(decode_features(r.regs)), r.index) << r.why;
+  // Leaf 7 and leaf 0x80000001 are ignored beyond the highest leaves reported.
+  cpu_snapshot s = avx2([](cpu_snapshot& s) { s.leaf0.eax = 6, s.ext1.ecx = b(8), s.ext0.eax = 0x80000000u; });
+  EXPECT_EQ(decode_features(s) & (feature_avx2_group | feature_adx | feature_rdseed | feature_prefetchw), 0u);
   // An implementation may only run where its index's features are present.
   const uint64_t movbe_sse3 = feature_movbe | feature_sse3;
   EXPECT_TRUE(variant_supported(movbe_sse3, 1));
@@ -156,7 +145,7 @@ cache_snapshot intel_cache(uint32_t max_leaf) {
   return s;
 }
 
-TEST(CacheSize, Leaf4WalkKeepsTheLargestDataOrUnifiedCache) {
+TEST(CacheSize, Leaf4WalkThenLeaf2DescriptorsOnIntelOnly) {
   cache_snapshot s = intel_cache(0xB);
   s.leaf4[0] = leaf4(1, 8, 1, 64, 64);        // 32 KiB L1d
   s.leaf4[1] = leaf4(2, 64, 2, 64, 4096);     // 32 MiB "instruction": skipped
@@ -176,15 +165,13 @@ TEST(CacheSize, Leaf4WalkKeepsTheLargestDataOrUnifiedCache) {
   huge.leaf4[0] = {3, ~0u, ~0u, 0};
   EXPECT_EQ(decode_largest_cache(huge, &bytes), status_ok);
   EXPECT_EQ(bytes, INT32_MAX) << "saturates instead of wrapping";
-}
 
-TEST(CacheSize, Leaf2DescriptorsPickTheLargestListedSize) {
-  cache_snapshot s = intel_cache(2);
+  // Below leaf 4, the leaf-2 descriptors: the largest listed size wins.
+  s = intel_cache(2);
   s.leaf4[0] = leaf4(3, 16, 1, 64, 65536);  // below leaf 4: ignored
   // Count byte 1; 0x41 (128 KiB) in EAX, 0x2C (an L1 code: not listed) and 0x7D
   // (2 MiB) in EBX, 0xEC (24 MiB) in a register whose bit 31 marks it invalid.
   s.leaf2 = {0x00004101u, 0x00007D2Cu, 0x800000ECu, 0x00000049u};  // 0x49: 4 MiB
-  int32_t bytes = 0;
   EXPECT_EQ(decode_largest_cache(s, &bytes), status_ok);
   EXPECT_EQ(bytes, 4194304);
   s.leaf2.ecx = 0x000000ECu;
@@ -197,11 +184,10 @@ TEST(CacheSize, Leaf2DescriptorsPickTheLargestListedSize) {
   s.leaf2 = {0x00000001u, 0x2C30, 0, 0};  // only L1 descriptors
   EXPECT_EQ(decode_largest_cache(s, &bytes), status_cache_size_unknown);
   EXPECT_EQ(bytes, 0);
-}
 
-TEST(CacheSize, UnsupportedForOtherVendorsAndOldProcessors) {
-  cache_snapshot s = intel_cache(1);
-  int32_t bytes = -1;
+  // Neither leaf, or not Intel.
+  s = intel_cache(1);
+  bytes = -1;
   EXPECT_EQ(decode_largest_cache(s, &bytes), status_cache_query_unsupported);
   EXPECT_EQ(bytes, 0);
   s = intel_cache(0x10);
@@ -210,8 +196,7 @@ TEST(CacheSize, UnsupportedForOtherVendorsAndOldProcessors) {
   EXPECT_EQ(decode_largest_cache(s, &bytes), status_cache_query_unsupported);
 }
 
-// The real probe: cached, consistent with the pure decoding, and with the index and
-// status that init_dispatch reports.
+// The real probe: cached and consistent with the pure decoding.
 TEST(ProcessorProbe, ThisMachine) {
   EXPECT_EQ(query_cpu_features(nullptr, nullptr), status_null_pointer);
   uint64_t f = 0;
@@ -226,10 +211,6 @@ TEST(ProcessorProbe, ThisMachine) {
   EXPECT_EQ(id[3], d);
   EXPECT_TRUE(f & feature_sse2) << "x86-64 baseline";
 
-  const pixel_status status = init_dispatch();
-  EXPECT_EQ(status, is_genuine_intel(regs.leaf0) ? status_ok : status_unexpected_vendor);
-  EXPECT_EQ(variant_index.load(), choose_variant(f));
-  EXPECT_EQ(init_dispatch(), status) << "a second call changes nothing";
 
   EXPECT_EQ(largest_cache_size(nullptr), status_null_pointer);
   int32_t first = -1, second = -1;

@@ -1,6 +1,6 @@
 #pragma once
-// Helpers shared by the pixel-kernel tests: level names, whether this processor runs
-// a level, the seed, exact-size source buffers (so ASan sees over-reads) and
+// Helpers shared by the pixel-kernel tests: a fixture over the levels this processor
+// runs, the seed, exact-size source buffers (so ASan sees over-reads) and
 // sentinel-guarded destinations (so stray writes show).
 
 #include <gtest/gtest.h>
@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -36,8 +35,21 @@ inline uint64_t test_seed() {
   return 0x5EED2024;
 }
 
-// A 64-byte-aligned block of exactly `bytes` bytes, at `offset` past the boundary
-// only when asked: nothing follows it, so a read past the end is an ASan error.
+// One instance per level, named after it; levels this processor cannot run are skipped.
+class level_test : public testing::TestWithParam<int> {
+ protected:
+  void SetUp() override {
+    if (!runs_here(index())) GTEST_SKIP() << "this processor cannot run " << level_name(index());
+  }
+  int index() const { return GetParam(); }
+};
+
+inline std::string level_param_name(const testing::TestParamInfo<int>& info) {
+  return level_name(info.param);
+}
+
+// A block of exactly `count` elements, `offset` elements past a 64-byte boundary:
+// nothing follows it, so a read past the end is an ASan error.
 template <class T>
 class exact_buffer {
  public:
@@ -55,6 +67,7 @@ class exact_buffer {
   T* data() const { return data_; }
   size_t size() const { return count_; }
   T& operator[](size_t i) const { return data_[i]; }
+  std::vector<T> copy() const { return std::vector<T>(data_, data_ + count_); }
   bool same_as(const std::vector<T>& v) const {
     return v.size() == count_ && std::memcmp(v.data(), data_, count_ * sizeof(T)) == 0;
   }
@@ -74,8 +87,7 @@ class guarded_bytes {
 
   guarded_bytes(size_t bytes, size_t offset)
       : storage_(guard + offset + bytes + guard + 64, sentinel), bytes_(bytes), offset_(offset) {
-    const uintptr_t raw = reinterpret_cast<uintptr_t>(storage_.data());
-    skip_ = (64 - raw % 64) % 64;
+    skip_ = (64 - reinterpret_cast<uintptr_t>(storage_.data()) % 64) % 64;
   }
 
   unsigned char* data() { return storage_.data() + skip_ + guard + offset_; }
@@ -83,27 +95,21 @@ class guarded_bytes {
   T* as() {
     return reinterpret_cast<T*>(data());
   }
-  // The whole span the kernel may see or must leave alone, sentinels included.
-  const unsigned char* span() const { return storage_.data() + skip_; }
-  size_t span_bytes() const { return guard + offset_ + bytes_ + guard; }
   // Whether every byte outside [data(), data() + bytes) still holds the sentinel.
-  bool guards_intact() const { return untouched(0, guard + offset_) && untouched(guard + offset_ + bytes_, guard); }
-  bool untouched(size_t from, size_t n) const {
-    for (size_t i = 0; i < n; ++i)
-      if (span()[from + i] != sentinel) return false;
-    return true;
+  bool guards_intact() const {
+    const unsigned char* begin = storage_.data() + skip_;
+    const unsigned char* payload_end = begin + guard + offset_ + bytes_;
+    auto clean = [](const unsigned char* from, size_t n) {
+      for (size_t i = 0; i < n; ++i)
+        if (from[i] != sentinel) return false;
+      return true;
+    };
+    return clean(begin, guard + offset_) && clean(payload_end, guard);
   }
 
  private:
   std::vector<unsigned char> storage_;
   size_t bytes_, offset_, skip_ = 0;
-};
-
-// Printable parameter names: "avx2", "sse41", ...
-struct level_param_name {
-  std::string operator()(const testing::TestParamInfo<int>& info) const {
-    return level_name(info.param);
-  }
 };
 
 }  // namespace pk_test
