@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <set>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "orrin/component_inventory.h"
@@ -11,8 +13,8 @@
 namespace Quorvane::Orrin {
 namespace {
 
-RObject<CVideoConverter> make_converter(uint32_t fourcc, long width, long height, long out_width,
-                                        long out_height, Result* prepared, long filter = -1) {
+RObject<CVideoConverter> make_converter(uint32_t fourcc, long width, long height, long out_width, long out_height,
+                                        Result* prepared, long filter = -1) {
   AddKestrelleComponentDependencies();
   RObject<CVideoConverter> converter(
       CComponentInventory<CComponentFactory<CVideoConverter>>::CreateInstance(kVideoConverterType));
@@ -37,9 +39,8 @@ void for_each_sample(uint32_t fourcc, long width, long height, long stride, uint
     const long w = p == 0 ? width : width >> layout.chroma_shift_x;
     const long h = p == 0 ? height : height >> layout.chroma_shift_y;
     const long s = p == 0 ? stride : stride >> layout.chroma_shift_x;
-    for (long y = 0; y < h; ++y) {
+    for (long y = 0; y < h; ++y)
       for (long x = 0; x < w; ++x) at(p, x, y, base + y * s + x * layout.bytes_per_sample);
-    }
     base += s * h;
   }
 }
@@ -52,15 +53,13 @@ unsigned read_sample(uint32_t fourcc, const uint8_t* at) {
 
 // A picture whose sample (plane, x, y) is value(plane, x, y).
 template <class Fn>
-RObject<CVideoSample> make_picture(uint32_t fourcc, long width, long height, long stride,
-                                   Fn value) {
+RObject<CVideoSample> make_picture(uint32_t fourcc, long width, long height, long stride, Fn value) {
   RObject<CByteArray> block(new CByteArray(static_cast<std::size_t>(stride) * height * 3));
   std::memset(block->GetData(), 0, block->GetLength());
-  for_each_sample(fourcc, width, height, stride, block->GetData(),
-                  [&](int p, long x, long y, uint8_t* at) {
-                    const uint16_t v = static_cast<uint16_t>(value(p, x, y));
-                    std::memcpy(at, &v, DescribePictureFormat(fourcc)->bytes_per_sample);
-                  });
+  for_each_sample(fourcc, width, height, stride, block->GetData(), [&](int p, long x, long y, uint8_t* at) {
+    const uint16_t v = static_cast<uint16_t>(value(p, x, y));
+    std::memcpy(at, &v, DescribePictureFormat(fourcc)->bytes_per_sample);
+  });
   RObject<CVideoSample> sample(new CVideoSample(40, 1000, 40));
   sample->SetDataReference(new CPixelBufferDataReference(block.Get(), width, height, stride));
   return sample;
@@ -77,43 +76,34 @@ RObject<CVideoSample> convert_one(CVideoConverter& converter, CVideoSample* in) 
 }
 
 TEST(OrrinZimgConverter, EveryFormatKeepsEachPlaneConstantAtItsPlace) {
-  struct size {
-    long w, h;
-  };
   for (uint32_t fourcc : {kFourccI420, kFourccI422, kFourccI444, kFourccI2AL}) {
     const PictureLayout layout = *DescribePictureFormat(fourcc);
-    const unsigned level[3] = {layout.bytes_per_sample == 1 ? 50u : 12000u,
-                               layout.bytes_per_sample == 1 ? 100u : 30000u,
-                               layout.bytes_per_sample == 1 ? 200u : 60000u};
-    for (size out : {size{1280, 720}, size{352, 240}}) {
-      SCOPED_TRACE(testing::Message()
-                   << std::hex << fourcc << std::dec << " to " << out.w << "x" << out.h);
+    const unsigned unit = layout.bytes_per_sample == 1 ? 1 : 300;
+    const unsigned level[3] = {50 * unit, 100 * unit, 200 * unit};
+    for (auto [out_w, out_h] : {std::pair{1280L, 720L}, {352L, 240L}}) {
+      SCOPED_TRACE(testing::Message() << std::hex << fourcc << std::dec << " to " << out_w << "x" << out_h);
       Result prepared;
-      auto converter = make_converter(fourcc, 720, 480, out.w, out.h, &prepared);
+      auto converter = make_converter(fourcc, 720, 480, out_w, out_h, &prepared);
       ASSERT_EQ(prepared.GetResultCode(), kResultOk);
       const auto props = converter->GetOutputProperties();
       ASSERT_TRUE(props);
-      EXPECT_EQ(props->GetFormat(), fourcc);
-      EXPECT_EQ(props->GetWidth(), out.w);
-      EXPECT_EQ(props->GetHeight(), out.h);
+      EXPECT_EQ(std::tuple(props->GetFormat(), props->GetWidth(), props->GetHeight()), std::tuple(fourcc, out_w, out_h));
 
-      auto in = make_picture(fourcc, 720, 480, 720 * layout.bytes_per_sample,
-                             [&](int p, long, long) { return level[p]; });
+      const long in_stride = 720 * layout.bytes_per_sample;
+      auto in = make_picture(fourcc, 720, 480, in_stride, [&](int p, long, long) { return level[p]; });
       auto result = convert_one(*converter, in.Get());
       ASSERT_TRUE(result);
-      EXPECT_EQ(result->GetTime(), 40);
-      EXPECT_EQ(result->GetTimeScale(), 1000);
+      EXPECT_EQ(std::tuple(result->GetTime(), result->GetTimeScale()), std::tuple(int64_t{40}, int64_t{1000}));
       const auto* picture = static_cast<CPixelBufferDataReference*>(result->GetDataReference());
-      EXPECT_EQ(picture->GetWidth(), out.w);
-      EXPECT_EQ(picture->GetHeight(), out.h);
+      EXPECT_EQ(std::tuple(picture->GetWidth(), picture->GetHeight()), std::tuple(out_w, out_h));
       const std::size_t stride = static_cast<std::size_t>(picture->GetStride());
-      EXPECT_GE(stride, out.w * layout.bytes_per_sample);
+      EXPECT_GE(stride, out_w * layout.bytes_per_sample);
       EXPECT_EQ(stride % (64u << layout.chroma_shift_x), 0u);
 
       const auto lock = picture->GetLockedDataReference(kLockReadWrite);
       std::size_t mismatches = 0;
       uint8_t* last = nullptr;
-      for_each_sample(fourcc, out.w, out.h, static_cast<long>(stride), lock.GetData(),
+      for_each_sample(fourcc, out_w, out_h, static_cast<long>(stride), lock.GetData(),
                       [&](int p, long, long, uint8_t* at) {
                         mismatches += read_sample(fourcc, at) != level[p];
                         last = at;
@@ -129,9 +119,7 @@ TEST(OrrinZimgConverter, PackedInputZimgCannotReadInPlaceGivesTheSameResult) {
   Result prepared;
   auto converter = make_converter(kFourccI420, 720, 576, 1024, 576, &prepared);
   ASSERT_FALSE(prepared.Failed());
-  const auto ramp = [](int p, long x, long y) {
-    return static_cast<unsigned>((x * 3 + y * 5 + p * 40) % 256);
-  };
+  const auto ramp = [](int p, long x, long y) { return static_cast<unsigned>((x * 3 + y * 5 + p * 40) % 256); };
   auto packed = convert_one(*converter, make_picture(kFourccI420, 720, 576, 720, ramp).Get());
   auto aligned = convert_one(*converter, make_picture(kFourccI420, 720, 576, 768, ramp).Get());
   const auto a = packed->GetDataReference()->GetLockedDataReference(kLockRead);
@@ -158,8 +146,7 @@ TEST(OrrinZimgConverter, RefusesBadSetupsAndPicturesTooShortToRead) {
   // One byte short of the V plane's last row: refused without reading past it.
   std::vector<uint8_t> bytes(64 * 64 * 3 / 2 - 1, 0);
   RObject<CVideoSample> short_picture(new CVideoSample(0, 1000, 0));
-  short_picture->SetDataReference(
-      new CPixelBufferDataReference(new CByteArray(bytes.data(), bytes.size()), 64, 64, 64));
+  short_picture->SetDataReference(new CPixelBufferDataReference(new CByteArray(bytes.data(), bytes.size()), 64, 64, 64));
   EXPECT_EQ(converter->PutSample(short_picture.Get()).GetResultCode(), kResultInvalidArgument);
   RObject<CVideoSample> out;
   EXPECT_EQ(converter->GetSample(out).GetResultCode(), kResultNoSample);
@@ -178,11 +165,9 @@ TEST(OrrinZimgConverter, OutputHeldByTheCallerIsNeverOverwritten) {
   ASSERT_FALSE(prepared.Failed());
   const auto flat = [](unsigned level) { return [level](int, long, long) { return level; }; };
   auto first = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(10)).Get());
-  const uint8_t* first_data =
-      first->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  const uint8_t* first_data = first->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
   auto second = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(20)).Get());
-  const uint8_t* second_data =
-      second->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  const uint8_t* second_data = second->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
   EXPECT_NE(first_data, second_data);
   EXPECT_EQ(first_data[0], 10);
   EXPECT_EQ(second_data[0], 20);
@@ -191,8 +176,7 @@ TEST(OrrinZimgConverter, OutputHeldByTheCallerIsNeverOverwritten) {
   first.Reset();
   second.Reset();
   auto third = convert_one(*converter, make_picture(kFourccI420, 64, 64, 64, flat(30)).Get());
-  const uint8_t* third_data =
-      third->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
+  const uint8_t* third_data = third->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
   EXPECT_EQ(third_data, second_data);
   EXPECT_EQ(third_data[0], 30);
 }
@@ -206,8 +190,7 @@ TEST(OrrinZimgConverter, FilterPropertySelectsPointSampling) {
     auto out = convert_one(*converter, make_picture(kFourccI444, 64, 8, 64, ramp).Get());
     const uint8_t* row = out->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
     std::set<unsigned> values(row, row + 192);
-    const bool all_from_input =
-        std::all_of(values.begin(), values.end(), [](unsigned v) { return v % 4 == 0; });
+    const bool all_from_input = std::all_of(values.begin(), values.end(), [](unsigned v) { return v % 4 == 0; });
     EXPECT_EQ(all_from_input, filter == kVrcFilterPoint) << "filter " << filter;
   }
 }

@@ -5,7 +5,7 @@
 namespace ns_video_resize {
 namespace {
 
-TEST(Coefficients, BilinearTwoToFourAlignsCornersAndClampsTheLastSpan) {
+TEST(Coefficients, BilinearTwoToFourAlignsCornersAndNearestRoundsHalvesUp) {
   const axis_table t = build_axis_table(filter_bilinear, 0.0f, 2, 4);
   ASSERT_EQ(t.weights.size(), 2u);
   const float expected[2][4] = {{1.0f, 2.0f / 3, 1.0f / 3, 0.0f}, {0.0f, 1.0f / 3, 2.0f / 3, 1.0f}};
@@ -14,6 +14,8 @@ TEST(Coefficients, BilinearTwoToFourAlignsCornersAndClampsTheLastSpan) {
     EXPECT_NEAR(t.weights[0][x], expected[0][x], 1e-6) << "x " << x;
     EXPECT_NEAR(t.weights[1][x], expected[1][x], 1e-6) << "x " << x;
   }
+  // 4 -> 7 puts every other position exactly half-way: nearest takes the upper sample.
+  EXPECT_EQ(build_axis_table(filter_nearest, 0.0f, 4, 7).index, (std::vector<uint32_t>{0, 1, 1, 2, 2, 3, 3}));
 }
 
 TEST(Coefficients, CubicSpansTakeBorderSamplesAloneAndHalfwayWeightsAreCatmullRom) {
@@ -34,11 +36,7 @@ TEST(Coefficients, CubicSpansTakeBorderSamplesAloneAndHalfwayWeightsAreCatmullRo
         EXPECT_EQ(table.weights[t].back(), first[3 - t]) << "tap " << t;
       } else {
         // The B-spline smooths even whole positions: 1/6, 2/3, 1/6 around the border sample.
-        EXPECT_NEAR(table.weights[t].front(),
-                    t == 0   ? 0.6666667f
-                    : t == 1 ? 0.16666667f
-                             : 0.0f,
-                    1e-6);
+        EXPECT_NEAR(table.weights[t].front(), t == 0 ? 0.6666667f : t == 1 ? 0.16666667f : 0.0f, 1e-6);
       }
     }
   }
@@ -46,8 +44,7 @@ TEST(Coefficients, CubicSpansTakeBorderSamplesAloneAndHalfwayWeightsAreCatmullRo
 
 TEST(Coefficients, EveryRowSumsToOneAndEveryTapStaysInside) {
   for (uint32_t filter : {filter_bilinear, filter_cubic, filter_bspline, filter_nearest}) {
-    for (auto [src, dst] :
-         {std::pair{2u, 4u}, {720u, 1920u}, {1920u, 1280u}, {17u, 5u}, {64u, 64u}}) {
+    for (auto [src, dst] : {std::pair{2u, 4u}, {720u, 1920u}, {1920u, 1280u}, {17u, 5u}, {64u, 64u}}) {
       const axis_table t = build_axis_table(filter, -0.5f, src, dst);
       const uint32_t taps = filter_taps(filter);
       if (src < taps) continue;

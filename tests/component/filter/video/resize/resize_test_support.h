@@ -32,6 +32,11 @@ resize_args operator|(resize_args a, Change change) {
   return a;
 }
 
+// resize_args{...} | with_filter(filter_cubic)
+inline auto with_filter(uint32_t filter) {
+  return [filter](resize_args& a) { a.filter = filter; };
+}
+
 inline int32_t configure(kx_resize& r, const resize_args& a) {
   return r.configure(a.dst_width, a.dst_height, a.src_width, a.src_height, a.format, a.crops.left,
                      a.crops.right, a.crops.top, a.crops.bottom, a.aspect_mode, a.aspect_num,

@@ -32,17 +32,15 @@ void narrowed(float sum, uint8_t* out) {
   pk::convert_f32_to_u8(&sum, out, 1, pk::round_nearest, 0);
 }
 void narrowed(float sum, uint16_t* out) {
-  *out = !(sum > 0.0f)     ? 0
-         : sum >= 65535.0f ? 65535
-                           : static_cast<uint16_t>(static_cast<int32_t>(sum));
+  *out = !(sum > 0.0f) ? 0 : sum >= 65535.0f ? 65535 : static_cast<uint16_t>(static_cast<int32_t>(sum));
 }
 
 // One direction over a packed plane: `lines` rows (along_rows) or columns of src_len
 // samples become lines of dst_len samples.
 template <class S>
-std::vector<S> reference_pass(const std::vector<S>& src, uint32_t src_len, uint32_t dst_len,
-                              uint32_t lines, bool along_rows, const axis_table& table,
-                              const std::vector<uint32_t>& index, uint32_t filter) {
+std::vector<S> reference_pass(const std::vector<S>& src, uint32_t src_len, uint32_t dst_len, uint32_t lines,
+                              bool along_rows, const axis_table& table, const std::vector<uint32_t>& index,
+                              uint32_t filter) {
   const uint32_t taps = filter_taps(filter);
   const uint32_t src_width = along_rows ? src_len : lines;
   const uint32_t dst_width = along_rows ? dst_len : lines;
@@ -50,11 +48,9 @@ std::vector<S> reference_pass(const std::vector<S>& src, uint32_t src_len, uint3
   for (uint32_t line = 0; line < lines; ++line) {
     for (uint32_t x = 0; x < dst_len; ++x) {
       auto at = [&](uint32_t i) {
-        return along_rows ? src[std::size_t{line} * src_width + i]
-                          : src[std::size_t{i} * src_width + line];
+        return along_rows ? src[std::size_t{line} * src_width + i] : src[std::size_t{i} * src_width + line];
       };
-      S& out = along_rows ? dst[std::size_t{line} * dst_width + x]
-                          : dst[std::size_t{x} * dst_width + line];
+      S& out = along_rows ? dst[std::size_t{line} * dst_width + x] : dst[std::size_t{x} * dst_width + line];
       if (filter == filter_nearest) {
         out = at(index[x]);
         continue;
@@ -74,8 +70,8 @@ std::vector<S> reference_pass(const std::vector<S>& src, uint32_t src_len, uint3
 }
 
 template <class S>
-void expect_reference_result(uint32_t format, uint32_t filter, float cubic_a, uint32_t src_w,
-                             uint32_t src_h, uint32_t dst_w, uint32_t dst_h, std::mt19937& rng) {
+void expect_reference_result(uint32_t format, uint32_t filter, float cubic_a, uint32_t src_w, uint32_t src_h,
+                             uint32_t dst_w, uint32_t dst_h, std::mt19937& rng) {
   const format_layout layout = *describe_format(format);
   const scaler_settings settings{layout, src_w, src_h, dst_w, dst_h, filter, cubic_a, false, 0};
   ASSERT_TRUE(scaler_supports(settings));
@@ -103,24 +99,17 @@ void expect_reference_result(uint32_t format, uint32_t filter, float cubic_a, ui
     const bool small = is_chroma(layout, p) && layout.chroma_shift_x != 0;
     const std::vector<uint32_t> h_index = plane_index(h_table, d.width, small, s.width, taps);
     const std::vector<uint32_t> v_index = plane_index(v_table, d.height, small, s.height, taps);
-    const std::vector<S> plane(in.begin() + in_at,
-                               in.begin() + in_at + std::size_t{s.width} * s.height);
-    std::vector<S> want;
-    if (horizontal_first) {
-      const std::vector<S> mid =
-          reference_pass(plane, s.width, d.width, s.height, true, h_table, h_index, filter);
-      want = reference_pass(mid, s.height, d.height, d.width, false, v_table, v_index, filter);
-    } else {
-      const std::vector<S> mid =
-          reference_pass(plane, s.height, d.height, s.width, false, v_table, v_index, filter);
-      want = reference_pass(mid, s.width, d.width, d.height, true, h_table, h_index, filter);
-    }
-    for (uint32_t y = 0; y < d.height; ++y) {
-      for (uint32_t x = 0; x < d.width; ++x) {
+    const std::vector<S> plane(in.begin() + in_at, in.begin() + in_at + std::size_t{s.width} * s.height);
+    const std::vector<S> want =
+        horizontal_first
+            ? reference_pass(reference_pass(plane, s.width, d.width, s.height, true, h_table, h_index, filter),
+                             s.height, d.height, d.width, false, v_table, v_index, filter)
+            : reference_pass(reference_pass(plane, s.height, d.height, s.width, false, v_table, v_index, filter),
+                             s.width, d.width, d.height, true, h_table, h_index, filter);
+    for (uint32_t y = 0; y < d.height; ++y)
+      for (uint32_t x = 0; x < d.width; ++x)
         ASSERT_EQ(out[out_at + std::size_t{y} * d.width + x], want[std::size_t{y} * d.width + x])
             << "plane " << p << " at " << x << "," << y;
-      }
-    }
     in_at += std::size_t{s.width} * s.height;
     out_at += std::size_t{d.width} * d.height;
   }
@@ -138,16 +127,12 @@ TEST(ScalerReference, EverySampleMatchesTheKernelChainItReplaced) {
       for (float cubic_a : {-0.5f, -1.0f}) {
         if (cubic_a != -0.5f && filter != filter_cubic) continue;
         for (const job& j : jobs) {
-          SCOPED_TRACE(testing::Message()
-                       << "format " << format << " filter " << filter << " a " << cubic_a << " "
-                       << j.src_w << "x" << j.src_h << "->" << j.dst_w << "x" << j.dst_h);
-          if (describe_format(format)->sample_bytes == 1) {
-            expect_reference_result<uint8_t>(format, filter, cubic_a, j.src_w, j.src_h, j.dst_w,
-                                             j.dst_h, rng);
-          } else {
-            expect_reference_result<uint16_t>(format, filter, cubic_a, j.src_w, j.src_h, j.dst_w,
-                                              j.dst_h, rng);
-          }
+          SCOPED_TRACE(testing::Message() << "format " << format << " filter " << filter << " a " << cubic_a
+                                          << " " << j.src_w << "x" << j.src_h << "->" << j.dst_w << "x" << j.dst_h);
+          if (describe_format(format)->sample_bytes == 1)
+            expect_reference_result<uint8_t>(format, filter, cubic_a, j.src_w, j.src_h, j.dst_w, j.dst_h, rng);
+          else
+            expect_reference_result<uint16_t>(format, filter, cubic_a, j.src_w, j.src_h, j.dst_w, j.dst_h, rng);
         }
       }
     }
