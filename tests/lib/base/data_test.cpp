@@ -1,6 +1,4 @@
-#include "base/CData.h"
-#include "base/CException.h"
-#include "base/CString.h"
+#include "kx_test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -9,20 +7,12 @@
 
 namespace {
 
+using kx_test::bytes;
+using kx_test::contents;
+using kx_test::cursorOf;
 using KX::CBuffer;
 using KX::CData;
 using KX::CException;
-
-CBuffer bytes(const std::string& s) {
-  return CBuffer(static_cast<int>(s.size()), reinterpret_cast<unsigned char*>(const_cast<char*>(s.data())),
-                 KX::kCopy);
-}
-
-std::string contents(const CBuffer& b) {
-  return b.getUsed() == 0 ? std::string() : std::string(reinterpret_cast<const char*>(b.getBuffer()), b.getUsed());
-}
-
-int offset(const CData& d) { return d.getUsed() - d.getRemaining(); }
 
 TEST(CData, CursorStaysInsideTheDataThroughGetPutAndCuts) {
   CData d(bytes("abcdef"), KX::kCopy);
@@ -31,7 +21,7 @@ TEST(CData, CursorStaysInsideTheDataThroughGetPutAndCuts) {
   CBuffer part;
   EXPECT_THROW(d.get(&part, 3), CException);
   EXPECT_EQ(part.getUsed(), 0);
-  EXPECT_EQ(offset(d), 4);
+  EXPECT_EQ(cursorOf(d), 4);
   d.get(&part, 2);
   EXPECT_EQ(contents(part), "ef");
 
@@ -46,9 +36,9 @@ TEST(CData, CursorStaysInsideTheDataThroughGetPutAndCuts) {
   EXPECT_EQ(d.getUsed(), 212);
 
   d.truncate(5);
-  EXPECT_EQ(offset(d), 5);
+  EXPECT_EQ(cursorOf(d), 5);
   d.shrink(2);
-  EXPECT_EQ(offset(d), 3);
+  EXPECT_EQ(cursorOf(d), 3);
   EXPECT_EQ(CData(d).getRemaining(), 3) << "a copy starts at its beginning";
 
   const CData sized = CData::createWithCapacity(64);

@@ -1,8 +1,7 @@
-#include "base/CException.h"
-#include "base/CString.h"
 #include "base/RBuffer.h"
 #include "base/RPtr.h"
 #include "base/RString.h"
+#include "kx_test_support.h"
 
 #include <gtest/gtest.h>
 
@@ -11,38 +10,37 @@
 
 namespace {
 
+using kx_test::text;
 using KX::CBuffer;
 using KX::CString;
 
 // The invariant every CString member keeps: used counts the characters and one NUL.
-void expectTerminated(const CString& s, const char* text) {
-  SCOPED_TRACE(text);
-  const int length = static_cast<int>(std::strlen(text));
+void expectTerminated(const CString& s, const char* want) {
+  SCOPED_TRACE(want);
+  const int length = static_cast<int>(std::strlen(want));
   if (length == 0 && s.size() == 0) return;
   ASSERT_EQ(s.size(), length + 1);
   EXPECT_EQ(s[length], 0);
-  EXPECT_EQ(std::memcmp(s.c_str(), text, static_cast<size_t>(length)), 0);
+  EXPECT_EQ(std::memcmp(s.c_str(), want, static_cast<size_t>(length)), 0);
 }
 
-CString str(const char* s) { return CString::createWithCString(s, KX::kCopy); }
-
 TEST(CString, EditsKeepTheTerminator) {
-  CString s = str("ab");
+  CString s = text("ab");
   s.append("cd");
   expectTerminated(s, "abcd");
-  s = str("ab");
+  s = text("ab");
   s.append(CString());
   expectTerminated(s, "ab");
   s.append(2, "12345");
   expectTerminated(s, "ab12");
   s.append(s);  // its own storage moves while growing
   expectTerminated(s, "ab12ab12");
-  expectTerminated(CString() + str("q"), "q");
-  s = str("abc");
+  expectTerminated(CString() + text("q"), "q");
+  s = text("abc");
   s.truncate(1);
   EXPECT_EQ(s.getUsed(), 2);
   expectTerminated(s, "a");
-  s = str("abcdef");
+  s = text("abcdef");
   s.shrink(2);
   expectTerminated(s, "abcd");
   s.clear();
@@ -72,9 +70,9 @@ TEST(CString, FormatCaseSubstringAndSearch) {
   CString s;
   s.setf("%d/%d", 30000, 1001);
   expectTerminated(s, "30000/1001");
-  expectTerminated(str("MiXed 09_z").getUpperCaseString(), "MIXED 09_Z");
+  expectTerminated(text("MiXed 09_z").getUpperCaseString(), "MIXED 09_Z");
 
-  const CString path = str("a/b/c.y4m");
+  const CString path = text("a/b/c.y4m");
   expectTerminated(path.getSubString(2, 3), "b/c");
   expectTerminated(path.substr(4, -1), "c.y4m");
   EXPECT_THROW(path.getSubString(5, 5), KX::CException);

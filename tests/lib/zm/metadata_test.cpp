@@ -1,33 +1,25 @@
-#include "base/CData.h"
-#include "base/CException.h"
-#include "base/CString.h"
+#include "kx_test_support.h"
 #include "zm/CMetaData.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
+using kx_test::contents;
+using kx_test::cursorOf;
+using kx_test::text;
 using KX::CData;
 using KX::CException;
-using KX::CString;
 using KX::ZM::CMetaData;
-
-CString str(const std::string& s) { return CString(static_cast<int>(s.size()), s.data(), KX::kCopy); }
-
-std::string contents(const KX::CBuffer& b) {
-  return b.getUsed() == 0 ? std::string() : std::string(reinterpret_cast<const char*>(b.getBuffer()), b.getUsed());
-}
-
-int offset(const CData& d) { return d.getUsed() - d.getRemaining(); }
 
 TEST(CMetaData, SerialFormCountsBigEndianAndListsEntriesInKeyOrder) {
   CMetaData m;
-  m.addMeta(str("b"), str("2"));
-  m.addMeta(str("a"), str("1"));
+  m.addMeta(text("b"), text("2"));
+  m.addMeta(text("a"), text("1"));
   CData d;
   d << m;
   EXPECT_EQ(contents(d), std::string("\0\0\0\x02"
@@ -38,19 +30,18 @@ TEST(CMetaData, SerialFormCountsBigEndianAndListsEntriesInKeyOrder) {
   // A key written twice keeps its first value; stale entries of the target go.
   d.clear();
   d.putUInt32(3);
-  d << str("k") << str("first") << str("j") << str("") << str("k") << str("second");
+  d << text("k") << text("first") << text("j") << text("") << text("k") << text("second");
   d.reset();
   d >> m;
   EXPECT_EQ(m.getMetaMap().size(), 2u);
-  EXPECT_STREQ(m.getMeta(str("k")).c_str(), "first");
-  EXPECT_EQ(m.getMeta(str("absent")).getUsed(), 0);
+  EXPECT_STREQ(m.getMeta(text("k")).c_str(), "first");
+  EXPECT_EQ(m.getMeta(text("absent")).getUsed(), 0);
   m = m;
   EXPECT_EQ(m.getMetaMap().size(), 2u);
 }
 
 TEST(CMetaData, RandomMetadataRoundTripsThroughOneStream) {
-  const char* env = std::getenv("KX_TEST_SEED");
-  const uint32_t seed = env != nullptr ? static_cast<uint32_t>(std::strtoul(env, nullptr, 10)) : 20240611u;
+  const uint32_t seed = kx_test::testSeed();
   SCOPED_TRACE("seed " + std::to_string(seed) + " (set KX_TEST_SEED to repeat)");
   std::mt19937 rng(seed);
   auto randomText = [&rng] {
@@ -61,7 +52,7 @@ TEST(CMetaData, RandomMetadataRoundTripsThroughOneStream) {
   std::vector<CMetaData> written(150);
   CData d;
   for (CMetaData& m : written) {
-    for (int i = static_cast<int>(rng() % 20); i > 0; --i) m.addMeta(str(randomText()), str(randomText()));
+    for (int i = static_cast<int>(rng() % 20); i > 0; --i) m.addMeta(text(randomText()), text(randomText()));
     d << m;
   }
   const CData stream(d, KX::kCopy);
@@ -69,7 +60,7 @@ TEST(CMetaData, RandomMetadataRoundTripsThroughOneStream) {
   CData again;
   for (size_t i = 0; i < written.size(); ++i) {
     CMetaData m;
-    m.addMeta(str("stale"), str("entry"));
+    m.addMeta(text("stale"), text("entry"));
     d >> m;
     ASSERT_EQ(m.getMetaMap(), written[i].getMetaMap()) << "metadata " << i;
     again << m;
@@ -80,17 +71,17 @@ TEST(CMetaData, RandomMetadataRoundTripsThroughOneStream) {
 
 TEST(CMetaData, TruncatedAndCorruptedStreamsAreRejectedCleanly) {
   CMetaData m;
-  m.addMeta(str("codec"), str("IYUV"));
-  m.addMeta(str("alpha"), str(""));
-  m.addMeta(str("title"), str("intro"));
+  m.addMeta(text("codec"), text("IYUV"));
+  m.addMeta(text("alpha"), text(""));
+  m.addMeta(text("title"), text("intro"));
   CData whole;
-  whole << str("header") << m;
+  whole << text("header") << m;
   const int start = 4 + 7;  // the metadata follows the header buffer
   // Reads the header, then metadata into a target with a stale entry.
   auto read = [start](CData& in, CMetaData& target) {
     in.reset();
     in.advance(start);
-    target.addMeta(str("stale"), str("entry"));
+    target.addMeta(text("stale"), text("entry"));
     in >> target;
   };
 
@@ -99,7 +90,7 @@ TEST(CMetaData, TruncatedAndCorruptedStreamsAreRejectedCleanly) {
     CMetaData target;
     EXPECT_THROW(read(in, target), CException) << "cut to " << cut;
     EXPECT_TRUE(target.getMetaMap().empty());
-    EXPECT_EQ(offset(in), start);
+    EXPECT_EQ(cursorOf(in), start);
   }
 
   // Any damaged byte either fails as above or gives metadata that round-trips;
@@ -113,7 +104,7 @@ TEST(CMetaData, TruncatedAndCorruptedStreamsAreRejectedCleanly) {
         read(in, target);
       } catch (const CException&) {
         EXPECT_TRUE(target.getMetaMap().empty());
-        EXPECT_EQ(offset(in), start);
+        EXPECT_EQ(cursorOf(in), start);
         continue;
       }
       CData rewritten;

@@ -1,4 +1,4 @@
-#include "error_message.h"
+#include "kx_test_support.h"
 #include "zm/RQueue.h"
 #include "zm/ZMFourCC.h"
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-using zm_test::messageOf;
+using kx_test::messageOf;
 using namespace KX::ZM;
 using KX::RPtr;
 
@@ -77,11 +77,7 @@ TEST(RQueue, EveryReaderReadsEveryFrameInOrderAtAnyCapacity) {
 TEST(RQueue, EndWithFramesUnreadDeliversThemAll) {
   Queue q("", 4, 1);
   RQFrameReader& reader = *q.readers[0];
-  EXPECT_STREQ(reader.getQueue()->getName().desc(), "");
   EXPECT_EQ(reader.getQueue()->getName().size(), 0);
-  RPtr<RVideoDescription> d(new RVideoDescription(1920, 1080, 29.97));
-  q.writer->setDescription(d);
-  EXPECT_EQ(reader.getDescription().get(), d.get());
   for (uint32_t i = 0; i < 3; ++i) q.writer->put(frame(i));
   q.writer->end();
   q.writer->end();  // repeating it changes nothing
@@ -160,14 +156,6 @@ TEST(RQueue, ClosedReadersReleaseTheWriterAndTheirFrames) {
   for (uint32_t i = 1; i < 10; ++i) EXPECT_EQ(q.readers[0]->nextFrame()->getSequence(), i);
   producer.join();
   EXPECT_EQ(live.load(), 0);
-
-  // With every reader gone the writer never blocks; frames are counted, not kept.
-  Queue orphan("orphan", 1, 1);
-  orphan.readers.clear();
-  for (uint32_t i = 0; i < 5; ++i) orphan.writer->put(frame(i, &live));
-  EXPECT_EQ(orphan.queue->getTotalNodes(), 5u);
-  EXPECT_EQ(live.load(), 0);
-  orphan.writer->end();
 }
 
 }  // namespace

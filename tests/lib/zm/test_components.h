@@ -2,6 +2,7 @@
 // Components for the graph tests: a source of numbered frames, a filter that passes
 // one input through, and a sink that records what it reads.
 
+#include "base/RBuffer.h"
 #include "zm/ZMComponent.h"
 
 #include <cstdint>
@@ -14,8 +15,7 @@ using namespace KX::ZM;
 
 constexpr uint32_t kEndless = std::numeric_limits<uint32_t>::max();
 
-// Frame n: sequence n, play time n / 25 s, one data byte n % 256. Configuration
-// "fail_at" throws before that frame.
+// Frame n has sequence n. Configuration "fail_at" throws before that frame.
 class CountingSource : public RSource {
 public:
   explicit CountingSource(uint32_t frames) : frames(frames) {}
@@ -30,10 +30,8 @@ public:
       throw KX::CException("KX::CException", 7, "tests/lib/zm/test_components", "CountingSource::process",
                            KX::CString::createWithFormat("source failed at frame %u", next));
     }
-    const uint8_t byte = static_cast<uint8_t>(next);
-    KX::RPtr<RVideoFrame> frame = RVideoFrame::createWithData(makeFourCC("IYUV"), 1, &byte, 0, KX::kCopy);
+    KX::RPtr<RVideoFrame> frame = RVideoFrame::createWithData(makeFourCC("IYUV"), 0, nullptr, 0, KX::kCopy);
     frame->setSequence(next);
-    frame->setPlayTime(KX::CTimeStamp::createWithSeconds(next / 25.0));
     for (const auto& writer : outWriters) writer->put(frame);
     ++next;
     return true;
@@ -78,7 +76,8 @@ private:
   int status = 0;
 };
 
-// Records the sequence numbers read from input 0. Read `sequences` after the join.
+// Records the sequence number and the "alpha" byte (-1 for none) of each frame read
+// from input 0. Read them after the join.
 class CollectingSink : public RSink {
 public:
   int configure(const RComponentConfiguration&) override { return 0; }
@@ -86,9 +85,12 @@ public:
     KX::RPtr<RFrame> frame = inReaders[0]->nextFrame();
     if (!frame) return false;
     sequences.push_back(frame->getSequence());
+    auto* alpha = dynamic_cast<const KX::RBuffer*>(frame->getParameter("alpha").get());
+    alphas.push_back(alpha != nullptr ? (*alpha)[0] : -1);
     return true;
   }
   std::vector<uint32_t> sequences;
+  std::vector<int> alphas;
 };
 
 inline std::vector<uint32_t> iota(uint32_t n) {
