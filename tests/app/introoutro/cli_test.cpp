@@ -1,5 +1,4 @@
 #include "conversion.h"
-#include "ffprobe.h"
 #include "introoutro/contact_sheet.h"
 #include "io/y4m_reader.h"
 #include "png_reader.h"
@@ -9,10 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 
 namespace {
@@ -26,14 +22,7 @@ protected:
   // Frame k of the clip shows picture first + k.
   std::string clip(const std::string& name, const std::string& header, uint64_t first, uint64_t count) {
     const uint64_t bytes = ns_y4m::picture_bytes(ns_y4m::parse_stream_header(header));
-    std::string s = header + "\n";
-    for (uint64_t k = 0; k < count; ++k) s += "FRAME\n" + y4m_test::picture(first + k, bytes);
-    return y4m_test::write_file(dir / name, s);
-  }
-
-  // One 64x48 4:2:0 frame under a header that may not parse.
-  std::string raw(const std::string& name, const std::string& header) {
-    return y4m_test::write_file(dir / name, header + "\nFRAME\n" + std::string(64 * 48 * 3 / 2, '\x10'));
+    return y4m_test::write_file(dir / name, y4m_test::stream(header, count, bytes, first));
   }
 
   run_result run(const std::vector<std::string>& args, run_setup s = {}) {
@@ -102,30 +91,15 @@ TEST_F(IntrooutroCli, ConformsClipsOfOtherSizesAndRates) {
   const run_result r = run({"--intro", clip("i.y4m", "YUV4MPEG2 W32 H24 F25:1", 0, 10), "--main",
                             clip("m.y4m", "YUV4MPEG2 W64 H48 F50:1", 100, 6), "--outro",
                             clip("o.y4m", "YUV4MPEG2 W32 H24 F25:1", 200, 4), "-o", out});
-  if (refused_conversion(r)) GTEST_SKIP() << "the plug-in does not convert clips yet:\n" << r.err;
   ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_THAT(r.err, HasSubstr("intro 10 + main 6 + outro 4 frames in"));
-  EXPECT_EQ(ns_y4m::y4m_reader(out).header().width, 64u);
-  const std::vector<int> ids = pictures_of(out, {100, 101, 102, 103, 104, 105});
-  const auto first_main = std::find(ids.begin(), ids.end(), 100);
-  ASSERT_NE(first_main, ids.end());
-  const auto intro_frames = first_main - ids.begin();
-  expect_about(intro_frames, 20);
-  EXPECT_EQ(std::vector<int>(first_main, first_main + std::min<ptrdiff_t>(6, ids.end() - first_main)),
-            (std::vector<int>{100, 101, 102, 103, 104, 105}));
-  expect_about(ids.size() - intro_frames - 6, 8);
+  const std::vector<int> mains = {100, 101, 102, 103, 104, 105};
+  const std::vector<int> ids = pictures_of(out, mains);
+  const auto first_main = std::find(ids.begin(), ids.end(), 100) - ids.begin();
+  ASSERT_LE(first_main + 6, static_cast<ptrdiff_t>(ids.size()));
+  EXPECT_EQ(std::vector<int>(ids.begin() + first_main, ids.begin() + first_main + 6), mains);
   EXPECT_EQ(std::count(ids.begin(), ids.end(), -1), static_cast<ptrdiff_t>(ids.size() - 6));
-}
-
-TEST_F(IntrooutroCli, FfprobeReadsTheOutputAlike) {
-  if (!have_ffprobe()) GTEST_SKIP() << "ffprobe is not installed";
-  const std::string out = dir / "out.y4m";
-  const run_result r = run({"--intro", clip("i.y4m", "YUV4MPEG2 W64 H48 F50:1", 0, 4), "--main",
-                            clip("m.y4m", "YUV4MPEG2 W64 H48 F50:1", 10, 6), "-o", out, "-q"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  const uint64_t ours = pictures_of(out, {}).size();
-  EXPECT_EQ(ffprobe_stream(out), "64,48,50/1," + std::to_string(ours) + "\n");
-  EXPECT_EQ(ours, 10u);
+  expect_about(first_main, 10, 25, 50);
+  expect_about(ids.size() - first_main - 6, 4, 25, 50);
 }
 
 // The contact sheet shows, left to right, the last intro, the first and last main and
@@ -164,7 +138,9 @@ TEST_F(IntrooutroCli, PreviewShowsTheFramesAtTheJoins) {
 }
 
 // Every bad input ends the run with a message that names the file (or option) and the
-// cause, a non-zero status and no hang; an output begun is removed.
+// cause, a non-zero status and no hang; an output begun is removed. One input of each
+// way of failing: what the readers, the header parser and the options refuse is
+// checked with its exact message beside them.
 TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
   const std::string good = clip("good.y4m", "YUV4MPEG2 W64 H48 F25:1", 0, 5);
   const std::string main = clip("main.y4m", "YUV4MPEG2 W64 H48 F25:1", 10, 5);
@@ -180,20 +156,9 @@ TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
   const std::vector<bad_case> cases = {
       {{"--intro", dir / "absent.y4m", "--main", main, "-o", out},
        "error: " + dir / "absent.y4m" + ": cannot open: No such file or directory"},
-      {{"--intro", dir / ".", "--main", main, "-o", out}, "error: " + dir / "." + ": is a directory"},
-      {{"--intro", y4m_test::write_file(dir / "notes.txt", "hello\n"), "--main", main, "-o", out},
-       "notes.txt: not a YUV4MPEG2 stream (it starts with 'hello\\x0a')"},
-      {{"--intro", raw("c444.y4m", "YUV4MPEG2 W64 H48 F25:1 C444"), "--main", main, "-o", out},
-       "c444.y4m: chroma format C444 is not supported"},
       {{"--intro", clip("c422.y4m", "YUV4MPEG2 W64 H48 F25:1 C422", 0, 1), "--main", main, "-o", out},
        "c422.y4m: the intro is 4:2:2 (C422) but the main source " + main + " is 4:2:0"},
       {{"--intro", good, "--main", cut, "-o", out}, "cut.y4m: frame 4: the stream ends inside the picture"},
-      {{"--intro", clip("odd.y4m", "YUV4MPEG2 W63 H48 F25:1", 0, 1), "--main", main, "-o", out},
-       "odd.y4m: the intro is 63x48 and must be scaled to 64x48, which needs an even width and height"},
-      {{"--intro", raw("rate0.y4m", "YUV4MPEG2 W64 H48 F0:1"), "--main", main, "-o", out},
-       "rate0.y4m: frame rate F0:1: numerator and denominator must both be above 0"},
-      {{"--outro", raw("huge.y4m", "YUV4MPEG2 W20000 H48 F25:1"), "--main", main, "-o", out},
-       "huge.y4m: W20000: above the largest supported size of 16384"},
       {{"--intro", good, "--intro-alpha", clip("m.y4m", "YUV4MPEG2 W32 H48 F25:1 Cmono", 0, 5), "--main", main, "-o",
         out},
        "m.y4m: the matte is 32x48 (its clip " + good + " is 64x48)"},
@@ -209,7 +174,6 @@ TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
       {{"--intro", good, "--main", main, "-o", out, "--plugin", REFUSING_PLUGIN},
        "error: *** ERROR ***: this filter refuses every configuration"},
       {{"--intro", good, "--main", main, "-o", out, "--bogus"}, "unknown option '--bogus'\nTry 'introoutro --help'", 2},
-      {{"--intro", good, "--main", main, "--queue-frames"}, "--queue-frames needs a value: --queue-frames N", 2},
   };
   for (const bad_case& c : cases) {
     SCOPED_TRACE(c.message);
@@ -226,7 +190,8 @@ TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
   closed.stdout_closed_pipe = true;
   const run_result r = run({"--intro", good, "--main", main, "-o", "-"}, closed);
   EXPECT_EQ(r.status, 1);
-  EXPECT_THAT(r.err, HasSubstr("standard output: the stream header: write failed: Broken pipe"));
+  EXPECT_THAT(r.err, HasSubstr("standard output: the stream header: write failed: Broken pipe (the reading end of "
+                               "the pipe was closed)"));
 }
 
 }  // namespace
