@@ -72,6 +72,9 @@ TEST(ZMGraph, TheFirstErrorEndsTheRunWithoutHanging) {
     ASSERT_TRUE(error);
     EXPECT_STREQ(error->what(), c.message);
     EXPECT_EQ(graph.getFailedComponent(), c.component);
+    if (std::string(c.key) == "fail_at") {
+      EXPECT_STREQ(error->getFile().c_str(), "tests/lib/zm/test_components") << "the escaped exception itself";
+    }
     // What went through before the failure arrived in order.
     EXPECT_LE(sink->sequences.size(), c.mostPassed);
     EXPECT_EQ(sink->sequences, iota(static_cast<uint32_t>(sink->sequences.size())));
