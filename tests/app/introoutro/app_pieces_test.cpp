@@ -10,7 +10,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -25,15 +27,9 @@ TEST(IntrooutroOptions, ParsesRolesAndRefusesWhatCannotRun) {
   const options o = parse_options({"--intro", "a.y4m", "--main=-", "--outro", "c.y4m", "-o", "out.y4m",
                                    "--intro-alpha", "am.y4m", "--queue-frames", "3", "-q", "--preview", "p.png"});
   EXPECT_EQ(o.command, command::splice);
-  EXPECT_EQ(o.intro, "a.y4m");
-  EXPECT_EQ(o.main, "-");
-  EXPECT_EQ(o.outro, "c.y4m");
-  EXPECT_EQ(o.output, "out.y4m");
-  EXPECT_EQ(o.intro_alpha, "am.y4m");
-  EXPECT_EQ(o.queue_frames, 3u);
-  EXPECT_TRUE(o.quiet);
-  EXPECT_EQ(o.preview, "p.png");
-  EXPECT_TRUE(o.plugin.empty());
+  EXPECT_EQ((std::vector<std::string>{o.intro, o.main, o.outro, o.output, o.intro_alpha, o.preview, o.plugin}),
+            (std::vector<std::string>{"a.y4m", "-", "c.y4m", "out.y4m", "am.y4m", "p.png", ""}));
+  EXPECT_TRUE(o.queue_frames == 3 && o.quiet);
 
   const options demo = parse_options({"demo", "--preview", "d.png"});
   EXPECT_EQ(demo.command, command::demo);
@@ -90,13 +86,11 @@ TEST(IntrooutroPlan, ChecksFormatsAndSizesAndCountsTheOutput) {
   const auto same_rate = expected_output({input(role::intro, "i", "YUV4MPEG2 W8 H8 F25:1", 10),
                                           input(role::main, "m", "YUV4MPEG2 W8 H8 F25:1", 20)});
   ASSERT_TRUE(same_rate);
-  EXPECT_EQ(same_rate->frames, 30u);
-  EXPECT_TRUE(same_rate->exact);
+  EXPECT_EQ(std::pair(same_rate->frames, same_rate->exact), std::pair(uint64_t{30}, true));
   const auto converted = expected_output({input(role::intro, "i", "YUV4MPEG2 W8 H8 F25:1", 50), main,
                                           input(role::outro, "o", "YUV4MPEG2 W8 H8 F24:1", 48)});
   ASSERT_TRUE(converted);
-  EXPECT_EQ(converted->frames, 60u + 300 + 60);
-  EXPECT_FALSE(converted->exact);
+  EXPECT_EQ(std::pair(converted->frames, converted->exact), std::pair(uint64_t{60 + 300 + 60}, false));
   EXPECT_FALSE(expected_output({main, input(role::outro, "o", "YUV4MPEG2 W8 H8 F24:1", std::nullopt)}));
   EXPECT_FALSE(expected_output({main, input(role::outro, "o", "YUV4MPEG2 W8 H8 F30000:1001", 7, false)})->exact);
 }
@@ -137,11 +131,7 @@ TEST(IntrooutroFont, DrawsClippedGlyphsAndMarksMissingOnes) {
   const canvas c{plane.data(), 12, 12, 9, 1};
   draw_text(c, 1, 1, "1", 1, &ink);
   // The '1' glyph: a foot of three pixels on its bottom row, its stem in column 2.
-  EXPECT_EQ(plane[7 * 12 + 2], ink);
-  EXPECT_EQ(plane[7 * 12 + 3], ink);
-  EXPECT_EQ(plane[7 * 12 + 4], ink);
-  EXPECT_EQ(plane[7 * 12 + 1], 0);
-  EXPECT_EQ(plane[0], 0);
+  EXPECT_EQ(std::vector<uint8_t>(&plane[7 * 12 + 1], &plane[7 * 12 + 5]), (std::vector<uint8_t>{0, ink, ink, ink}));
   EXPECT_EQ(std::count(plane.begin(), plane.end(), ink), 10);
   EXPECT_EQ(std::memcmp(glyph_rows('a'), glyph_rows('A'), glyph_height), 0);
   EXPECT_NE(std::memcmp(glyph_rows('A'), glyph_rows('B'), glyph_height), 0);
@@ -169,10 +159,7 @@ TEST(IntrooutroContactSheet, ConvertsColoursAndNamesAnUnwritableFile) {
     return std::vector<int>{out[0], out[1], out[2]};
   };
   const auto near = [](const std::vector<int>& got, const std::vector<int>& want) {
-    for (size_t i = 0; i < 3; ++i) {
-      if (std::abs(got[i] - want[i]) > 1) return false;
-    }
-    return true;
+    return std::equal(got.begin(), got.end(), want.begin(), [](int a, int b) { return std::abs(a - b) <= 1; });
   };
   EXPECT_EQ(rgb(16, 128, 128, true), (std::vector<int>{0, 0, 0}));
   EXPECT_EQ(rgb(235, 128, 128, false), (std::vector<int>{255, 255, 255}));

@@ -72,12 +72,9 @@ TEST_P(KernelValues, WeightedRowsNarrowLikeTheScaler) {
   uint16_t narrow16[n];
   ASSERT_EQ(weighted_rows_f32_to_u8_table[index()](rows, &one, 1, narrow8, n), status_ok);
   ASSERT_EQ(weighted_rows_f32_to_u16_table[index()](rows, &one, 1, narrow16, n), status_ok);
-  const uint8_t expected8[n] = {255, 0, 254, 2, 0, 255, 13, 255, 0};
-  const uint16_t expected16[n] = {255, 0, 254, 1, 0, 65535, 12, 65535, 0};
-  for (int i = 0; i < n; ++i) {
-    EXPECT_EQ(narrow8[i], expected8[i]) << "sum " << sums[i];
-    EXPECT_EQ(narrow16[i], expected16[i]) << "sum " << sums[i];
-  }
+  EXPECT_EQ(std::vector<uint8_t>(narrow8, narrow8 + n), (std::vector<uint8_t>{255, 0, 254, 2, 0, 255, 13, 255, 0}));
+  EXPECT_EQ(std::vector<uint16_t>(narrow16, narrow16 + n),
+            (std::vector<uint16_t>{255, 0, 254, 1, 0, 65535, 12, 65535, 0}));
   // Summed before narrowing: 100 * 0.75 + 51 * 0.5 = 100.5 rounds to 100; a zero
   // weight ignores even an infinity.
   const float a[] = {100.0f}, b[] = {51.0f}, c[] = {std::numeric_limits<float>::infinity()};

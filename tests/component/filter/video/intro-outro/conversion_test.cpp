@@ -3,12 +3,11 @@
 
 #include "splice_graph.h"
 
-#include "filter/video/framerate/framerate_filter.h"
+#include "frame_helpers.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 
@@ -30,20 +29,14 @@ config_keys keys_for(uint32_t fourcc) {
 // the converter still holds at the end).
 size_t converter_output(const std::vector<RPtr<RVideoFrame>>& clip, double clip_rate, uint32_t fourcc, uint32_t width,
                         uint32_t height) {
-  ns_video_framerate::framerate_params p{};
-  p.cadence_aware = true;
-  p.src_rate = clip_rate;
-  p.dst_rate = kMainRate;
-  p.decimation = 1;
-  p.format = fourcc == kIYUV ? 0 : 1;
-  p.width = width;
-  p.height = height;
+  ns_video_framerate::framerate_params p =
+      framerate_test::params_for(clip_rate, kMainRate, fourcc == kIYUV ? 0 : 1, width, height);
   p.adaptive_ivtc = true;
   p.keep_timecode = true;
   p.time_mode = 1000;
-  ns_video_framerate::framerate_filter* converter = ns_video_framerate::create_framerate_filter(p.format);
+  framerate_test::filter_ptr converter(ns_video_framerate::create_framerate_filter(p.format));
   EXPECT_EQ(converter->configure(p), 0);
-  size_t count = 0;
+  std::vector<framerate_test::frame_ptr> out;
   for (const RPtr<RVideoFrame>& f : clip) {
     auto* r = static_cast<framerate_frame*>(std::calloc(1, sizeof(framerate_frame)));
     r->size = f->getDataLength();
@@ -52,27 +45,14 @@ size_t converter_output(const std::vector<RPtr<RVideoFrame>>& clip, double clip_
     r->duration = f->getDuration().getSecondsAsDouble();
     r->play_time = r->decode_time = f->getPlayTime().getSecondsAsDouble();
     converter->push_frame(r);
-    for (framerate_frame* out; (out = converter->pop_frame()) != nullptr; ++count) {
-      std::free(out->data);
-      std::free(out->alpha);
-      std::free(out);
-    }
+    framerate_test::drain(*converter, out);
   }
-  ns_video_framerate::destroy_framerate_filter(converter);
-  return count;
+  return out.size();
 }
 
 // The value of every byte, or -1 when they differ.
 int flat_value(const uint8_t* p, size_t bytes) {
   return std::all_of(p, p + bytes, [p](uint8_t b) { return b == p[0]; }) ? p[0] : -1;
-}
-
-// flat_value of the luma and the two chroma planes of a width x height picture.
-std::array<int, 3> planes_of(const RFrame& f, uint32_t width, uint32_t height) {
-  const uint32_t luma = width * height;
-  const uint32_t chroma = (picture_bytes(f.getDataFormat(), width, height) - luma) / 2;
-  return {flat_value(f.getData(), luma), flat_value(f.getData() + luma, chroma),
-          flat_value(f.getData() + luma + chroma, chroma)};
 }
 
 // Intro: 25 fps 1280x720, picture k flat luma 20 + 30k with an alpha plane of 100 + k
@@ -126,7 +106,7 @@ TEST(IntroOutroConversion, ClipsTakeTheMainRateAndSizeAroundAnUntouchedMain) {
       EXPECT_NEAR(f.getDuration().getSecondsAsDouble(), kMainPeriod, 1e-12);
       if (k >= intro_count) {
         EXPECT_EQ(f.getParameterCount("alpha"), 0u);
-        EXPECT_EQ(planes_of(f, 1920, 1080), (std::array<int, 3>{60, 110, 140}));
+        EXPECT_TRUE(bytes_of(f) == flat_picture(fourcc, 1920, 1080, 60, 110, 140));
         continue;
       }
       // The alpha plane stays at the clip's size and travels with its own picture and
@@ -136,7 +116,7 @@ TEST(IntroOutroConversion, ClipsTakeTheMainRateAndSizeAroundAnUntouchedMain) {
       ASSERT_EQ(alpha->getUsed(), static_cast<int>(clip_plane));
       const int a = flat_value(alpha->getBuffer(), clip_plane) - 100;
       ASSERT_TRUE(a >= 0 && a < 5) << a;
-      EXPECT_EQ(planes_of(f, 1920, 1080), (std::array<int, 3>{20 + 30 * a, 90, 170}));
+      EXPECT_TRUE(bytes_of(f) == flat_picture(fourcc, 1920, 1080, 20 + 30 * a, 90, 170));
       EXPECT_EQ(static_cast<const RVideoFrame&>(f).getTimecode(), intro[a]->getTimecode());
     }
   }
@@ -167,9 +147,9 @@ TEST(IntroOutroConversion, ClipsWithoutConverterKeepTheirFrames) {
     if (k < 3) {
       EXPECT_EQ(f.getDuration().getSecondsAsDouble(), 0.04 + k * 0.01);
       EXPECT_EQ(f.getParameterCount("alpha") + f.getParameterCount("label"), 2u);
-      EXPECT_EQ(planes_of(f, 4, 2), (std::array<int, 3>{30 + k, 40, 50}));
+      EXPECT_EQ(bytes_of(f), flat_picture(kIYUV, 4, 2, 30 + k, 40, 50));
     } else if (k >= 6) {
-      EXPECT_EQ(planes_of(f, 4, 2), (std::array<int, 3>{70, 80, 90 + k - 6}));
+      EXPECT_EQ(bytes_of(f), flat_picture(kIYUV, 4, 2, 70, 80, 90 + k - 6));
     }
   }
 }

@@ -23,9 +23,8 @@ RComponent* new_filter() {
   using factory_fn = RComponent* (*)();
   static const factory_fn factory = [] {
     void* module = dlopen(INTROOUTRO_FILTER_MODULE, RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) throw std::runtime_error(std::string("dlopen: ") + dlerror());
-    void* symbol = dlsym(module, "getComponentInstance");
-    if (symbol == nullptr) throw std::runtime_error(std::string("dlsym: ") + dlerror());
+    void* symbol = module ? dlsym(module, "getComponentInstance") : nullptr;
+    if (symbol == nullptr) throw std::runtime_error(std::string("cannot load the filter: ") + dlerror());
     return reinterpret_cast<factory_fn>(symbol);
   }();
   return factory();

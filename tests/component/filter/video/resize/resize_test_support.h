@@ -67,9 +67,8 @@ public:
       : frame(format, width, height) {
     for (uint32_t p = 0; p < plane_count(layout_); ++p) {
       const plane_size s = plane_dimensions(layout_, p, width_, height_);
-      for (uint32_t y = 0; y < s.height; ++y) {
+      for (uint32_t y = 0; y < s.height; ++y)
         for (uint32_t x = 0; x < s.width; ++x) set(p, x, y, value(p, x, y));
-      }
     }
   }
 
@@ -81,9 +80,7 @@ public:
   void set(uint32_t plane, uint32_t x, uint32_t y, uint32_t v) {
     std::memcpy(bytes_.data() + offset(plane, x, y), &v, layout_.sample_bytes);
   }
-  plane_size size(uint32_t plane) const {
-    return plane_dimensions(layout_, plane, width_, height_);
-  }
+  plane_size size(uint32_t plane) const { return plane_dimensions(layout_, plane, width_, height_); }
   uint32_t planes() const { return plane_count(layout_); }
   uint32_t bytes() const { return static_cast<uint32_t>(bytes_.size()); }
   uint8_t* data() { return bytes_.data(); }
@@ -116,12 +113,11 @@ inline frame run(kx_resize& r, uint32_t format, uint32_t dst_width, uint32_t dst
 inline double psnr(const frame& a, const frame& b, uint32_t plane, double peak) {
   double sum = 0.0;
   const plane_size s = a.size(plane);
-  for (uint32_t y = 0; y < s.height; ++y) {
+  for (uint32_t y = 0; y < s.height; ++y)
     for (uint32_t x = 0; x < s.width; ++x) {
       const double d = static_cast<double>(a.at(plane, x, y)) - b.at(plane, x, y);
       sum += d * d;
     }
-  }
   const double mse = sum / (static_cast<double>(s.width) * s.height);
   return mse == 0.0 ? 200.0 : 10.0 * std::log10(peak * peak / mse);
 }
