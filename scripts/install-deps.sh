@@ -6,7 +6,8 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-          libzimg-dev libpng-dev clang libclang-rt-dev)
+          libzimg-dev libpng-dev clang libclang-rt-dev libcli11-dev
+          libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev)
 if [[ "${1:-}" == "--reference" ]]; then
   packages+=(ffmpeg)
 elif [[ $# -gt 0 ]]; then
