@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -37,6 +38,17 @@ TEST(IntrooutroOptions, ParsesRolesAndRefusesWhatCannotRun) {
   EXPECT_EQ(parse_options({"--main", "m", "--help"}).command, command::help);
   EXPECT_EQ(parse_options({"--version"}).command, command::version);
 
+  const options media = parse_options({"demo", "-o", "d.mp4", "--crf=20", "--abitrate", "192k", "--join-fade", "15",
+                                       "--no-audio"});
+  EXPECT_EQ(std::tuple(media.command, media.encoder.crf, media.encoder.audio_bitrate, media.audio.join_fade_ms,
+                       media.audio.enabled, media.fit),
+            std::tuple(command::demo, std::optional<int>(20), std::optional<int64_t>(192000), 15u, false, fit_mode::pad));
+  EXPECT_EQ(parse_options({"--main", "m", "--outro", "o", "-o", "x", "--fit", "crop"}).fit, fit_mode::crop);
+  EXPECT_EQ(parse_bit_rate("8M"), 8000000);
+  EXPECT_EQ(parse_bit_rate("2500k"), 2500000);
+  EXPECT_EQ(parse_bit_rate("-5"), std::nullopt);
+  EXPECT_EQ(parse_bit_rate("99999999999999999M"), std::nullopt);
+
   const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
       {{"--main", "m", "--intro", "i", "-o", "o", "--colour", "x"}, "unknown option '--colour'"},
       {{"--main", "m", "--intro", "i", "-o", "o", "stray"}, "unexpected argument 'stray'"},
@@ -49,10 +61,16 @@ TEST(IntrooutroOptions, ParsesRolesAndRefusesWhatCannotRun) {
       {{"--main", "m", "--outro", "x", "-o", "o", "--intro-alpha", "a"}, "--intro-alpha needs --intro"},
       {{"--main", "-", "--intro", "-", "-o", "o"}, "only one input can be '-'"},
       {{"--main", "m", "--main", "n", "--intro", "i", "-o", "o"}, "--main is given twice"},
-      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "0"}, "--queue-frames: '0' is not a number"},
-      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "1025"}, "from 1 to 1024"},
-      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "8x"}, "'8x' is not a number"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "0"}, "--queue-frames: Value 0 not in range 1 to 1024"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "1025"}, "Value 1025 not in range"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--queue-frames", "8x"}, "--queue-frames: Value 8x"},
       {{"demo", "--main", "m"}, "--main is not an option of demo"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--fit", "zoom"}, "--fit: Check zoom value in {"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--crf", "64"}, "--crf: Value 64 not in range 0 to 63"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--bitrate", "8X"}, "--bitrate: '8X' is not a bit rate"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--crf", "18", "--bitrate", "8M"}, "--crf and --bitrate exclude"},
+      {{"--main", "m", "--intro", "i", "-o", "o", "--no-audio", "--audio-out", "a.wav"}, "--no-audio and --audio-out"},
+      {{"--main", "m", "--intro", "i", "-o", "-", "--matte", "-"}, "--matte and -o cannot both be '-'"},
   };
   for (const auto& [args, message] : bad) EXPECT_THAT(usage_error_of(args), HasSubstr(message)) << args.front();
 }
