@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <utility>
 #include <vector>
 
 namespace ns_audio {
@@ -43,6 +45,7 @@ private:
   // One decoded frame's worth of converted samples, handed out from `taken` on.
   std::vector<float> ready;
   size_t taken = 0;  // sample frames
+  std::exception_ptr failure;  // raised at the next read, after the samples before it
   bool flushed = false;
   bool ended = false;
   double last_time = 0;  // seconds, of the last packet sent, for messages
@@ -81,10 +84,19 @@ void decoder::fail(const std::string& what, int code) const {
 }
 
 size_t decoder::read(float* out, size_t max_frames) {
+  if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
   const size_t channels = target.channels();
   size_t done = 0;
   while (done < max_frames) {
-    if (taken * channels == ready.size() && !refill()) break;
+    if (taken * channels == ready.size()) {
+      try {
+        if (!refill()) break;
+      } catch (const audio_error&) {
+        if (done == 0) throw;
+        failure = std::current_exception();
+        break;
+      }
+    }
     const size_t n = std::min(max_frames - done, ready.size() / channels - taken);
     std::memcpy(out + done * channels, ready.data() + taken * channels, n * channels * sizeof(float));
     taken += n;
