@@ -31,7 +31,7 @@ public:
   wav_writer& operator=(const wav_writer&) = delete;
 
   // `frames` interleaved sample frames; integer samples are rounded to the nearest
-  // step and clipped at full scale.
+  // step and clipped at full scale (NaN is silence), floats are written as they are.
   void write(const float* samples, size_t frames);
   // Patches the header and closes; throws audio_error for an error only closing shows.
   void close();
