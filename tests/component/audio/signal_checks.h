@@ -48,6 +48,13 @@ public:
   }
   double at(size_t t) const { return a * std::sin(w * t) + b * std::cos(w * t); }
   double amplitude() const { return std::hypot(a, b); }
+  // How many samples after t0 the tone passes phase 0 (sin rising) nearest to t0: 0
+  // when a tone that starts at phase 0 starts at t0, d when it is d samples late.
+  double samples_late(size_t t0) const {
+    // a sin(wt) + b cos(wt) = A sin(wt + p) with p = atan2(b, a).
+    const double phase = std::remainder(w * static_cast<double>(t0) + std::atan2(b, a), 2 * std::numbers::pi);
+    return -phase / w;
+  }
   // Whether x[t] is this tone, within `tolerance` of its amplitude.
   bool fits(const std::vector<double>& x, size_t t, double tolerance) const {
     return std::fabs(x[t] - at(t)) <= tolerance * amplitude();
