@@ -30,6 +30,8 @@ private:
   // (Re)builds the resampler for the format of `f`, draining the previous one.
   void configure(const AVFrame& f);
   [[noreturn]] void fail(const std::string& what, int code) const;
+  // "cannot decode mp3 audio at 12.345 s", of the last packet sent.
+  std::string cannot_decode(const char* at) const;
 
   media_audio media;
   const audio_format target;
@@ -83,6 +85,12 @@ void decoder::fail(const std::string& what, int code) const {
   throw audio_error(label + ": " + what + ": " + av::error_text(code));
 }
 
+std::string decoder::cannot_decode(const char* at) const {
+  char seconds[32];
+  std::snprintf(seconds, sizeof seconds, "%.3f s", last_time);
+  return std::string("cannot decode ") + avcodec_get_name(codec->codec_id) + " audio " + at + " " + seconds;
+}
+
 size_t decoder::read(float* out, size_t max_frames) {
   if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
   const size_t channels = target.channels();
@@ -121,11 +129,7 @@ bool decoder::refill() {
       ended = true;
       continue;
     }
-    if (got != AVERROR(EAGAIN)) {
-      char when[48];
-      std::snprintf(when, sizeof when, "cannot decode %s audio near %.3f s", codec->codec->name, last_time);
-      fail(when, got);
-    }
+    if (got != AVERROR(EAGAIN)) fail(cannot_decode("near"), got);
     if (flushed) return false;
     const int rc = av_read_frame(media.input.get(), packet.get());
     if (rc == AVERROR_EOF) {
@@ -139,11 +143,7 @@ bool decoder::refill() {
       if (packet->pts != AV_NOPTS_VALUE) last_time = static_cast<double>(packet->pts) * tb.num / tb.den;
       const int sent = avcodec_send_packet(codec.get(), packet.get());
       av_packet_unref(packet.get());
-      if (sent < 0) {
-        char when[48];
-        std::snprintf(when, sizeof when, "cannot decode %s audio at %.3f s", codec->codec->name, last_time);
-        fail(when, sent);
-      }
+      if (sent < 0) fail(cannot_decode("at"), sent);
     } else {
       av_packet_unref(packet.get());
     }

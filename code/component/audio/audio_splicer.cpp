@@ -50,10 +50,13 @@ void audio_splicer::picture(bool from_main) {
     if (ended > main_index) throw std::logic_error("a main-source picture after the outro's");
     while (ended < main_index) end_piece(video_frames);
     main_seen = true;
-  } else if (main_seen && ended == main_index) {
-    end_piece(video_frames);
   } else if (!main_seen && main_index == 0) {
     throw std::logic_error("a picture before the main source's, and there is no intro");
+  } else if (main_seen && ended == main_index) {
+    end_piece(video_frames);
+  }
+  if (!from_main && ended == pieces.size()) {
+    throw std::logic_error("a picture after the main source's, and there is no outro");
   }
   ++video_frames;
 }

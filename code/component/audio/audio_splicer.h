@@ -50,7 +50,8 @@ public:
   // One written picture, in output order: whether it is from the main source.
   // Pictures before the first main one are the intro's, after the last main one the
   // outro's; a change ends the piece before it. Throws std::logic_error for a main
-  // picture after the outro's.
+  // picture after the outro's, and for an intro or outro picture the splice has no
+  // piece for.
   void picture(bool from_main);
   // Direct form of the same signal: the current piece's pictures end after `frames`
   // output pictures in all (at least as many as told so far).

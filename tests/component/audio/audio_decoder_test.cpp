@@ -7,6 +7,7 @@
 #include "signal_checks.h"
 #include "test_media.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 extern "C" {
@@ -21,14 +22,10 @@ namespace {
 using namespace ns_audio;
 using namespace ns_audio_test;
 
-std::string error_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const audio_error& e) {
-    return e.what();
-  }
-  return "(no error)";
-}
+using testing::HasSubstr;
+using testing::StartsWith;
+using testing::StrEq;
+using testing::ThrowsMessage;
 
 TEST(AudioDecoder, ConformsEveryRateAndLayoutAndKeepsTheTone) {
   struct input {
@@ -110,19 +107,21 @@ TEST(AudioDecoder, ErrorsNameTheFileTheStreamAndTheCodec) {
   const audio_format target = default_format();
   const std::string text = temp_path("notes.mkv");
   std::ofstream(text) << "these are notes, not a film\n";
-  EXPECT_NE(error_of([&] { open_audio(text, target); }).find(text + ": cannot be opened as a media file"), std::string::npos);
+  EXPECT_THAT([&] { open_audio(text, target); },
+              ThrowsMessage<audio_error>(StartsWith(text + ": cannot be opened as a media file: ")));
   std::remove(text.c_str());
   const std::string missing = temp_path("missing.mov");
-  EXPECT_NE(error_of([&] { probe_audio(missing); }).find(missing + ": "), std::string::npos);
+  EXPECT_THAT([&] { probe_audio(missing); }, ThrowsMessage<audio_error>(HasSubstr(missing + ": cannot be opened")));
 
   // Packets that are not what their codec says.
   const std::string garbage = temp_path("garbage.nut");
   write_raw_audio(garbage, AV_CODEC_ID_MP3, std::vector<std::vector<uint8_t>>(8, std::vector<uint8_t>(400, 0x00)));
-  const std::string failure = error_of([&] {
-    const auto sound = open_audio(garbage, target);
-    read_all(*sound, 2);
-  });
-  EXPECT_NE(failure.find(garbage + ": audio stream #0: cannot decode mp3"), std::string::npos) << failure;
+  EXPECT_THAT(
+      [&] {
+        const auto sound = open_audio(garbage, target);
+        read_all(*sound, 2);
+      },
+      ThrowsMessage<audio_error>(StartsWith(garbage + ": audio stream #0: cannot decode mp3 audio at 0.000 s: ")));
   std::remove(garbage.c_str());
 
   // Twenty channels with no speaker positions.
@@ -133,8 +132,8 @@ TEST(AudioDecoder, ErrorsNameTheFileTheStreamAndTheCodec) {
     w.write(silence.data(), 10);
     w.close();
   }
-  const std::string layout = error_of([&] { probe_audio(wide); });
-  EXPECT_NE(layout.find(wide + ": audio stream #0: unsupported channel layout"), std::string::npos) << layout;
+  EXPECT_THAT([&] { probe_audio(wide); },
+              ThrowsMessage<audio_error>(StartsWith(wide + ": audio stream #0: unsupported channel layout")));
   std::remove(wide.c_str());
 
   // A codec the container carries and this FFmpeg build has no usable decoder for
@@ -155,8 +154,9 @@ TEST(AudioDecoder, ErrorsNameTheFileTheStreamAndTheCodec) {
   ASSERT_EQ(avformat_open_input(&reread, path.c_str(), nullptr, nullptr), 0);
   const std::string carried = avcodec_get_name(reread->streams[0]->codecpar->codec_id);
   avformat_close_input(&reread);
-  EXPECT_EQ(error_of([&] { open_audio(path, target); }),
-            path + ": audio stream #0: its codec, " + carried + ", cannot be decoded by this FFmpeg build");
+  EXPECT_THAT([&] { open_audio(path, target); },
+              ThrowsMessage<audio_error>(
+                  StrEq(path + ": audio stream #0: its codec, " + carried + ", cannot be decoded by this FFmpeg build")));
   std::remove(path.c_str());
 }
 

@@ -6,6 +6,7 @@
 #include "signal_checks.h"
 #include "test_media.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -132,12 +133,8 @@ TEST(WavWriter, BecomesRF64PastTheRiffLimit) {
 
 TEST(WavWriter, ErrorsNameTheFile) {
   const std::string path = temp_path("no/such/folder/out.wav");
-  try {
-    wav_writer w(path, {48000, 0x3}, wav_sample::pcm16);
-    ADD_FAILURE() << "no error";
-  } catch (const audio_error& e) {
-    EXPECT_EQ(std::string(e.what()), path + ": cannot be created: No such file or directory");
-  }
+  EXPECT_THAT([&] { wav_writer(path, {48000, 0x3}, wav_sample::pcm16); },
+              testing::ThrowsMessage<audio_error>(testing::StrEq(path + ": cannot be created: No such file or directory")));
 }
 
 }  // namespace
