@@ -124,6 +124,20 @@ TEST(AudioDecoder, ErrorsNameTheFileTheStreamAndTheCodec) {
       ThrowsMessage<audio_error>(StartsWith(garbage + ": audio stream #0: cannot decode mp3 audio at 0.000 s: ")));
   std::remove(garbage.c_str());
 
+  // A bad packet after two good ones: the samples before it come first, then the
+  // error with its time.
+  const std::string broken = temp_path("broken.nut");
+  std::vector<uint8_t> good(4096);
+  for (size_t i = 0; i < good.size(); i += 2) good[i] = 16;  // s16 value 16 on both channels
+  write_raw_audio(broken, AV_CODEC_ID_PCM_S16LE, {good, good, {1, 2, 3}, good});
+  const auto sound = open_audio(broken, {44100, AV_CH_LAYOUT_STEREO});
+  std::vector<float> samples(2 * 10000, -1.0f);
+  ASSERT_EQ(sound->read(samples.data(), 10000), 2048u);
+  for (size_t i = 0; i < 2 * 2048; ++i) ASSERT_EQ(samples[i], 16.0f / 32768) << "value " << i;
+  EXPECT_THAT([&] { sound->read(samples.data(), 10000); },
+              ThrowsMessage<audio_error>(StartsWith(broken + ": audio stream #0: cannot decode pcm_s16le audio at 0.052 s: ")));
+  std::remove(broken.c_str());
+
   // Twenty channels with no speaker positions.
   const std::string wide = temp_path("twenty.wav");
   {
