@@ -1,0 +1,1 @@
+introoutro_add_benchmark(audio_splice_bench SOURCES audio_splice_bench.cpp LIBS audio_io)
