@@ -65,7 +65,7 @@ writes them to introoutro-demo.y4m in the current directory unless -o says
 otherwise: a first run needs no files of your own.
 
 While it runs, a line on standard error shows the frames written (of how many,
-when the input sizes tell; "about" when an input size is not whole frames), frames per
+when the input sizes tell; "about" when a size is not whole frames), frames per
 second and the time elapsed; at the end one summary line tells the frames read
 from each input, the frames written, the output's size and rate and the time.
 Frames are numbered from 0, in messages and in the preview.
