@@ -1,7 +1,8 @@
 #include "introoutro/host_stages.h"
 
 #include "introoutro/clip_prestage.h"
-#include "introoutro/matte_sink.h"
+#include "introoutro/matte_frames.h"
+#include "io/y4m_sink.h"
 #include "io/frame_clock.h"
 
 namespace ns_introoutro {
@@ -44,7 +45,7 @@ std::string add_input_stages(KX::ZM::ZMGraph& graph, const job_input& input, con
   return conformed;
 }
 
-void add_matte_sink(KX::ZM::ZMGraph& graph, const std::string& path, const std::string& output,
+void add_matte_output(KX::ZM::ZMGraph& graph, const std::string& path, const std::string& output,
                     const std::vector<job_input>& inputs, const ns_y4m::stream_header& main, fit_mode fit) {
   if (path.empty()) return;
   std::optional<plane_size> intro, outro;
@@ -53,7 +54,9 @@ void add_matte_sink(KX::ZM::ZMGraph& graph, const std::string& path, const std::
     const ns_y4m::stream_header seen = filter_view(i.info.header, main, fit);
     (i.info.role == role::intro ? intro : outro) = plane_size{seen.width, seen.height};
   }
-  graph.addComponent("matte", new matte_sink(std::make_unique<ns_y4m::y4m_writer>(path), main, intro, outro), {output},
+  graph.addComponent("matte", new matte_frames({main.width, main.height}, intro, outro), {output}, {"matte"});
+  graph.addComponent("matte output",
+                     new ns_y4m::y4m_sink(std::make_unique<ns_y4m::y4m_writer>(path), matte_header(main)), {"matte"},
                      {});
 }
 

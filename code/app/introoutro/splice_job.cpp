@@ -106,7 +106,7 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
     }
     graph.addComponent("filter", plugin.create_filter(), filter_inputs, {"out"}, filter_config);
     graph.addComponent("output", sink, {"out"}, {});
-    add_matte_sink(graph, settings.matte, "out", inputs, main.header, settings.fit);
+    add_matte_output(graph, settings.matte, "out", inputs, main.header, settings.fit);
     output_guard matte_guard(settings.matte);
 
     progress_reporter progress(stderr, ::isatty(STDERR_FILENO) == 1, settings.quiet);

@@ -1,17 +1,16 @@
 #pragma once
-// Sink component: the output's "alpha" as a Cmono Y4M stream of the main source's
-// size and rate, frame for frame. A frame that carries a matte plane (a clip frame;
-// the plane has the size the filter saw the clip at) gives that plane scaled to the
-// picture; every other frame gives 255 (opaque). It reads the output queue beside
-// the output's own sink, so it works whatever writes the pictures.
+// Filter component: the output's "alpha" as a stream of 8-bit planes of the main
+// source's size, frame for frame, for a Y4M sink with a Cmono header to write. A
+// frame that carries a matte plane (a clip frame; the plane has the size the filter
+// saw the clip at) gives that plane scaled to the picture; every other frame gives
+// 255 (opaque). It reads the output queue beside the output's own sink, so it works
+// whatever writes the pictures.
 
 #include "base/RBuffer.h"
 #include "introoutro/plane_resizer.h"
 #include "io/y4m_header.h"
-#include "io/y4m_writer.h"
 #include "zm/ZMComponent.h"
 
-#include <atomic>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -23,19 +22,17 @@ struct plane_size {
   uint32_t height = 0;
 };
 
-class matte_sink : public KX::ZM::RSink {
+class matte_frames : public KX::ZM::RFilter {
 public:
-  // `main` is the output's header; intro and outro are the sizes the filter sees the
+  // `main` is the output's size; intro and outro are the sizes the filter sees the
   // clips at (absent for a clip not spliced).
-  matte_sink(std::unique_ptr<ns_y4m::y4m_writer> out, const ns_y4m::stream_header& main,
-             std::optional<plane_size> intro, std::optional<plane_size> outro);
-  ~matte_sink() override;
+  matte_frames(plane_size main, std::optional<plane_size> intro, std::optional<plane_size> outro);
+  ~matte_frames() override;
 
   // Throws KX::CException unless the queue is described with the main source's size.
   int configure(const KX::ZM::RComponentConfiguration& config) override;
   bool process() override;
-
-  uint64_t frames_written() const { return frames.load(std::memory_order_relaxed); }
+  void flush() override {}
 
 private:
   // The plane of a frame that carries one, at the picture's size.
@@ -46,13 +43,10 @@ private:
     std::unique_ptr<plane_resizer> scaler;  // made when a plane first needs scaling
   };
 
-  std::unique_ptr<ns_y4m::y4m_writer> out;
-  const ns_y4m::stream_header header;
+  const plane_size main;
   std::optional<clip_matte> intro, outro;
   const std::vector<uint8_t> opaque;
-  bool header_written = false;
   bool main_seen = false;
-  std::atomic<uint64_t> frames{0};
 };
 
 // The header of the matte stream of an output with header `main`.
