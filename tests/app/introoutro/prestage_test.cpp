@@ -2,6 +2,7 @@
 // plug-in: converted clips come out whole, clips of another display aspect are
 // fitted, and --matte writes the output's alpha.
 
+#include "introoutro/clip_ending.h"
 #include "introoutro/splice_plan.h"
 #include "io/frame_clock.h"
 #include "io/y4m_reader.h"
@@ -107,6 +108,39 @@ TEST_F(IntrooutroStages, ConvertedClipsComeOutWhole) {
     ASSERT_TRUE(planned);
     EXPECT_TRUE(planned->exact);
     EXPECT_EQ(planned->frames, frames.size());
+  }
+}
+
+// Every clip length from 1 to 300 frames, as the plan predicts the splice: the time
+// grid, decimation and 25->24 to within a frame of the clip's duration; 24->25 too,
+// and telecine within half its group of five. No clip vanishes: a lone picture that
+// a cadence can only release with a whole group (A, A/A', A' for 24->25) shows as
+// that group.
+TEST(ClipEnding, WholeClipsForEveryLength) {
+  struct pair_case {
+    const char* what;
+    ns_y4m::ratio clip, main;
+    double tolerance;
+    uint64_t lone = 1;  // frames a one-picture clip gives
+  };
+  const std::vector<pair_case> pairs = {
+      {"time grid 25 -> 29.97", {25, 1}, {30000, 1001}, 1},
+      {"time grid 60 -> 25", {60, 1}, {25, 1}, 1},
+      {"time grid 29.97 -> 29.97", {30000, 1001}, {30000, 1001}, 0},
+      {"decimation 50 -> 25", {50, 1}, {25, 1}, 1},
+      {"25 -> 24", {25, 1}, {24, 1}, 1},
+      {"24 -> 25", {24, 1}, {25, 1}, 1, 3},
+      {"telecine 23.976 -> 29.97", {24000, 1001}, {30000, 1001}, 3, 5},
+  };
+  for (const pair_case& p : pairs) {
+    SCOPED_TRACE(p.what);
+    const ns_y4m::frame_clock clip(p.clip), main(p.main);
+    EXPECT_EQ(ns_introoutro::whole_clip_frames(clip, main.frames_per_second(), 1), p.lone);
+    for (uint64_t n = 2; n <= 300; ++n) {
+      const double whole = static_cast<double>(n) * main.frames_per_second() / clip.frames_per_second();
+      const uint64_t got = ns_introoutro::whole_clip_frames(clip, main.frames_per_second(), n);
+      EXPECT_LE(std::fabs(static_cast<double>(got) - std::round(whole)), p.tolerance) << n << " frames give " << got;
+    }
   }
 }
 
