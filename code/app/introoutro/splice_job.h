@@ -8,7 +8,9 @@
 //   outro source --"outro"--+
 //
 // The queue names give the filter its roles; its "system_informat" and
-// "system_outformat" are the main source's FourCC.
+// "system_outformat" are the main source's FourCC. A clip that must be fitted or
+// fed whole passes a pre-stage on its way, and --matte adds a second reader of
+// "out" (host_stages.h).
 
 #include "introoutro/options.h"
 #include "introoutro/splice_plan.h"
