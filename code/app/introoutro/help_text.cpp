@@ -15,11 +15,12 @@ outro, numbered and timed as one stream. Each clip is conformed to the main
 source first: to its frame rate (repeat and drop on a time grid, 24<->25
 cadences, 3:2 telecine) and to its picture size (scaled). A clip of the main
 source's size at the same whole-number rate (25 under 25; 29.97 under 29.97 is
-converted) is copied frame for frame; a converted clip gives about its duration
-at the main rate, up to a few frames short, as its last pictures are still in
-the converter when it ends. Main frames pass through untouched. The output
-carries the main source's header: size, rate, interlacing, aspect and chroma
-siting.
+converted) is copied frame for frame. A converted clip is whole: it gives its
+duration at the main rate, to the frame on the time grid; the 24<->25 and
+telecine cadences work in groups of pictures, so a clip that ends inside a
+group can come out up to half a group longer or shorter. Main frames pass
+through untouched. The output carries the main source's header: size, rate,
+interlacing, aspect and chroma siting.
 
 Formats: YUV4MPEG2 (.y4m) streams, 8-bit 4:2:0 (C420jpeg, C420mpeg2, C420paldv,
 C420) or 8-bit 4:2:2 (C422); all inputs must be of the same one. A clip that is
@@ -35,12 +36,21 @@ Roles:
                        size and rate, one frame per intro frame; each frame
                        carries it as its "alpha" plane
   --outro-alpha FILE   the same for the outro
+  --fit MODE           a clip whose display aspect (from W, H and the pixel
+                       aspect A; A0:0 or none is square) differs from the main
+                       source's is letterboxed or pillarboxed with black
+                       borders (pad, the default), cropped to fill (crop) or
+                       stretched (stretch); its matte is fitted alongside
 
 Options:
   -o, --output FILE    where the spliced stream goes ('-': standard output)
   --preview FILE.png   also write a contact sheet of the frames at the joins
                        (last intro, first and last main, first outro frame),
                        each labelled with its output number and time code
+  --matte FILE         also write the output's matte: a Cmono stream of the
+                       output's size, one frame per output frame, holding a
+                       clip's matte scaled to the picture (transparent in
+                       --fit borders) and 255 on every other frame
   --queue-frames N     frames each queue between the stages holds (default 8,
                        1 to 1024); more smooths uneven inputs, costs memory
   --plugin PATH        the filter plug-in (default: the one installed beside
@@ -55,7 +65,7 @@ writes them to introoutro-demo.y4m in the current directory unless -o says
 otherwise: a first run needs no files of your own.
 
 While it runs, a line on standard error shows the frames written (of how many,
-when the input sizes tell; "about" when a clip's rate is converted), frames per
+when the input sizes tell; "about" when a size is not whole frames), frames per
 second and the time elapsed; at the end one summary line tells the frames read
 from each input, the frames written, the output's size and rate and the time.
 Frames are numbered from 0, in messages and in the preview.

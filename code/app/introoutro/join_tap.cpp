@@ -7,17 +7,13 @@
 
 namespace ns_introoutro {
 
-namespace {
-
-bool is_main(const KX::ZM::RFrame& f) {
+bool is_main_frame(const KX::ZM::RFrame& f) {
   const auto* tag = dynamic_cast<const KX::RString*>(f.getParameter(ns_y4m::source_parameter).get());
   return tag != nullptr && std::strcmp(tag->desc(), "main") == 0;
 }
 
-}  // namespace
-
 void join_tap::see(const KX::RPtr<KX::ZM::RFrame>& frame) {
-  if (is_main(*frame)) {
+  if (is_main_frame(*frame)) {
     if (!first_main) first_main = frame;
     last_main = frame;
   } else if (!first_main) {

@@ -13,6 +13,9 @@
 
 namespace ns_introoutro {
 
+// A frame of the main source: it carries the "source" tag "main" through the filter.
+bool is_main_frame(const KX::ZM::RFrame& f);
+
 class join_tap {
 public:
   void see(const KX::RPtr<KX::ZM::RFrame>& frame);

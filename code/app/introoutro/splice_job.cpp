@@ -1,6 +1,7 @@
 #include "introoutro/splice_job.h"
 
 #include "introoutro/contact_sheet.h"
+#include "introoutro/host_stages.h"
 #include "introoutro/join_tap.h"
 #include "introoutro/plugin_loader.h"
 #include "introoutro/png_writer.h"
@@ -100,13 +101,13 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
     std::vector<std::string> filter_inputs;
     for (const role r : role_order) {
       for (const job_input& i : inputs) {
-        if (i.info.role != r) continue;
-        graph.addComponent(role_name(r), i.source, {}, {role_name(r)});
-        filter_inputs.emplace_back(role_name(r));
+        if (i.info.role == r) filter_inputs.push_back(add_input_stages(graph, i, main.header, settings.fit));
       }
     }
     graph.addComponent("filter", plugin.create_filter(), filter_inputs, {"out"}, filter_config);
     graph.addComponent("output", sink, {"out"}, {});
+    add_matte_output(graph, settings.matte, "out", inputs, main.header, settings.fit);
+    output_guard matte_guard(settings.matte);
 
     progress_reporter progress(stderr, ::isatty(STDERR_FILENO) == 1, settings.quiet);
     const auto started = std::chrono::steady_clock::now();
@@ -127,6 +128,7 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
                                std::to_string(put) + " frames were written");
     }
     guard.keep();
+    matte_guard.keep();
 
     job_summary summary;
     for (const role r : role_order) {

@@ -8,8 +8,11 @@
 //   outro source --"outro"--+
 //
 // The queue names give the filter its roles; its "system_informat" and
-// "system_outformat" are the main source's FourCC.
+// "system_outformat" are the main source's FourCC. A clip that must be fitted or
+// fed whole passes a pre-stage on its way, and --matte adds a second reader of
+// "out" (host_stages.h).
 
+#include "introoutro/options.h"
 #include "introoutro/splice_plan.h"
 #include "zm/ZMComponent.h"
 
@@ -27,6 +30,8 @@ struct job_settings {
   std::string output;   // path, "-" for standard output
   std::string preview;  // PNG path or ""
   std::string plugin;   // path of the plug-in
+  std::string matte;    // Cmono Y4M path of the output's alpha, or ""
+  fit_mode fit = fit_mode::pad;
   uint32_t queue_frames = 8;
   bool quiet = false;
 };

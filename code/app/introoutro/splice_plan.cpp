@@ -1,5 +1,6 @@
 #include "introoutro/splice_plan.h"
 
+#include "introoutro/clip_ending.h"
 #include "io/frame_clock.h"
 
 #include <algorithm>
@@ -79,8 +80,7 @@ std::optional<frame_total> expected_output(const std::vector<input_info>& inputs
     total.exact = total.exact && i.frames_exact;
     const double fps = fps_of(i.header);
     if (i.role != role::main && needs_rate_conversion(fps, main_fps)) {
-      total.frames += static_cast<uint64_t>(std::llround(static_cast<double>(*i.frames) * main_fps / fps));
-      total.exact = false;
+      total.frames += whole_clip_frames(ns_y4m::frame_clock(i.header.rate), main_fps, *i.frames);
     } else {
       total.frames += *i.frames;
     }

@@ -42,10 +42,10 @@ void check_inputs(const std::vector<input_info>& inputs);
 
 struct frame_total {
   uint64_t frames;
-  bool exact;  // false: a converted clip's share, or a size that was not whole frames
+  bool exact;  // false: a size that was not whole frames
 };
 // The output's frame count, when every input's size is known. A converted clip gives
-// about its duration times the main rate.
+// what the filter's converter makes of it, fed whole (clip_ending.h).
 std::optional<frame_total> expected_output(const std::vector<input_info>& inputs);
 
 }  // namespace ns_introoutro

@@ -53,9 +53,9 @@ const char* main_header = "YUV4MPEG2 W64 H48 F25:1 It A4:3 C420paldv XCOLORRANGE
 // The output holds intro, main and outro in that order, frame for frame, under the
 // main source's header, from files or through pipes, and the summary says so.
 TEST_F(IntrooutroCli, SplicesInRoleOrderFromFilesAndPipes) {
-  const std::string intro = clip("intro.y4m", "YUV4MPEG2 W64 H48 F25:1 C420mpeg2", 0, 3);
+  const std::string intro = clip("intro.y4m", "YUV4MPEG2 W64 H48 F25:1 A4:3 C420mpeg2", 0, 3);
   const std::string main = clip("main.y4m", main_header, 100, 5);
-  const std::string outro = clip("outro.y4m", "YUV4MPEG2 W64 H48 F25:1", 200, 2);
+  const std::string outro = clip("outro.y4m", "YUV4MPEG2 W64 H48 F25:1 A4:3", 200, 2);
   const std::string matte = clip("matte.y4m", "YUV4MPEG2 W64 H48 F25:1 Cmono", 300, 3);
   const std::string out = dir / "out.y4m";
   const std::vector<int> expected = {0, 1, 2, 100, 101, 102, 103, 104, 200, 201};
