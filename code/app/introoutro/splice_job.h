@@ -10,6 +10,7 @@
 // The queue names give the filter its roles; its "system_informat" and
 // "system_outformat" are the main source's FourCC.
 
+#include "introoutro/interrupts.h"
 #include "introoutro/splice_plan.h"
 #include "zm/ZMComponent.h"
 
@@ -29,11 +30,12 @@ struct job_settings {
   std::string plugin;   // path of the plug-in
   uint32_t queue_frames = 8;
   bool quiet = false;
+  interrupt_watch* interrupts = nullptr;  // polled while the graph runs, when set
 };
 
 // Runs to the end. Throws (KX::CException, plan_error, std::runtime_error) with a
-// message naming the file and the cause when anything fails; an output file that
-// the run created is then removed.
+// message naming the file and the cause when anything fails, `interrupted` once a
+// signal came; the caller's output_files removes what the run wrote.
 void run_splice(const std::vector<job_input>& inputs, const job_settings& settings);
 
 }  // namespace ns_introoutro
