@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
@@ -50,7 +51,7 @@ bool changed(const struct stat& before, const struct stat& now) {
 output_files::~output_files() { discard(); }
 
 void output_files::add(const std::string& what, const std::string& path) {
-  if (!path.empty()) files.push_back({what, path});
+  if (!path.empty()) files.push_back({what, path, path});
 }
 
 void output_files::claim(const std::vector<std::string>& inputs) {
@@ -78,6 +79,10 @@ void output_files::claim(const std::vector<std::string>& inputs) {
       if (S_ISDIR(o.before.st_mode)) refuse(o.path, "is a directory");
       o.regular = S_ISREG(o.before.st_mode);
       if (o.regular && ::access(o.path.c_str(), W_OK) != 0) refuse_errno(o.path, "cannot write");
+      // Through a link, the file written is the link's target.
+      char* resolved = ::realpath(o.path.c_str(), nullptr);
+      if (resolved != nullptr) o.target = resolved;
+      std::free(resolved);
       continue;
     }
     if (errno != ENOENT) refuse_errno(o.path, "cannot create");
@@ -119,8 +124,8 @@ void output_files::discard() {
     // Standard output is only closed: whatever reads it sees the stream end.
     if (!o.regular || o.path == "-") continue;
     struct stat now {};
-    if (::stat(o.path.c_str(), &now) != 0) continue;
-    if (o.created || changed(o.before, now)) ::unlink(o.path.c_str());
+    if (::stat(o.target.c_str(), &now) != 0) continue;
+    if (o.created || changed(o.before, now)) ::unlink(o.target.c_str());
   }
 }
 

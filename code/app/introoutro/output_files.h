@@ -39,6 +39,7 @@ private:
   struct output {
     std::string what;
     std::string path;
+    std::string target;  // the path with its last link resolved: what discard() removes
     bool created = false;
     bool regular = false;  // a regular file, there after claim()
     struct stat before {};

@@ -192,9 +192,10 @@ TEST(IntrooutroOutputFiles, RefusesSharedFilesAndRemovesWhatAFailedJobWrote) {
 
   const std::string old_output = y4m_test::write_file(dir / "old.y4m", "old output");
   const std::string old_preview = y4m_test::write_file(dir / "old.png", "old preview");
+  std::filesystem::create_symlink(old_output, dir / "link.y4m");
   {
     output_files files;
-    files.add("the output", old_output);
+    files.add("the output", dir / "link.y4m");
     files.add("the preview", old_preview);
     files.add("the matte", dir / "matte.y4m");
     files.add("the sound output", "");
@@ -202,7 +203,7 @@ TEST(IntrooutroOutputFiles, RefusesSharedFilesAndRemovesWhatAFailedJobWrote) {
     EXPECT_EQ(y4m_test::read_file(dir / "matte.y4m"), "");
     y4m_test::write_file(old_output, "cut");
   }
-  EXPECT_FALSE(std::filesystem::exists(old_output));
+  EXPECT_FALSE(std::filesystem::exists(old_output)) << "the cut file behind the link stayed";
   EXPECT_FALSE(std::filesystem::exists(dir / "matte.y4m"));
   EXPECT_EQ(y4m_test::read_file(old_preview), "old preview");
 
