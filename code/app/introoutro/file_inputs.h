@@ -9,8 +9,7 @@
 
 namespace ns_introoutro {
 
-// Throws KX::CException for an input that cannot be read, std::runtime_error when
-// the output is one of the inputs.
+// Throws KX::CException for an input that cannot be read.
 std::vector<job_input> open_file_inputs(const options& o);
 
 }  // namespace ns_introoutro

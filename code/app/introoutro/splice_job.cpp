@@ -2,6 +2,7 @@
 
 #include "introoutro/contact_sheet.h"
 #include "introoutro/host_stages.h"
+#include "introoutro/input_checks.h"
 #include "introoutro/join_tap.h"
 #include "introoutro/plugin_loader.h"
 #include "introoutro/png_writer.h"
@@ -10,7 +11,6 @@
 #include "io/y4m_sink.h"
 #include "zm/ZMGraph.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -34,23 +34,10 @@ const input_info& main_info(const std::vector<job_input>& inputs) {
   return std::find_if(inputs.begin(), inputs.end(), [](const job_input& i) { return i.info.role == role::main; })->info;
 }
 
-// Removes the regular file just opened as the output unless the run completes, so
-// that a failed run leaves no stream that looks whole.
-class output_guard {
-public:
-  explicit output_guard(const std::string& path) {
-    struct stat st {};
-    if (path != "-" && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode)) file = path;
-  }
-  ~output_guard() {
-    if (!kept && !file.empty()) ::unlink(file.c_str());
-  }
-  void keep() { kept = true; }
-
-private:
-  std::string file;
-  bool kept = false;
-};
+// Warnings are for the user whatever -q says: each is about the result.
+void warn(const std::vector<std::string>& warnings) {
+  for (const std::string& w : warnings) std::fprintf(stderr, "introoutro: warning: %s\n", w.c_str());
+}
 
 void write_preview(const std::string& path, const join_tap& tap, const ns_y4m::stream_header& format) {
   const ns_y4m::frame_clock clock(format.rate);
@@ -79,6 +66,7 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
   std::vector<input_info> infos;
   for (const job_input& i : inputs) infos.push_back(i.info);
   check_inputs(infos);
+  warn(check_clips_against_main(infos));
   const input_info& main = main_info(inputs);
   const std::optional<frame_total> expected = expected_output(infos);
 
@@ -86,7 +74,6 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
   join_tap tap;
   {
     auto writer = std::make_unique<ns_y4m::y4m_writer>(settings.output);
-    output_guard guard(settings.output);
     const std::string output_name = writer->name();
     ns_y4m::y4m_sink::frame_tap see;
     if (!settings.preview.empty()) see = [&tap](const KX::RPtr<KX::ZM::RFrame>& f) { tap.see(f); };
@@ -107,7 +94,6 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
     graph.addComponent("filter", plugin.create_filter(), filter_inputs, {"out"}, filter_config);
     graph.addComponent("output", sink, {"out"}, {});
     add_matte_output(graph, settings.matte, "out", inputs, main.header, settings.fit);
-    output_guard matte_guard(settings.matte);
 
     progress_reporter progress(stderr, ::isatty(STDERR_FILENO) == 1, settings.quiet);
     const auto started = std::chrono::steady_clock::now();
@@ -116,10 +102,19 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
     };
     try {
       graph.start();
-      while (!graph.waitFor(poll_interval)) progress.update(sink->frames_written(), expected, elapsed());
+      while (!graph.waitFor(poll_interval)) {
+        const uint64_t written = sink->frames_written();
+        progress.update(written, expected, elapsed());
+        if (settings.interrupts != nullptr && settings.interrupts->requested(written)) graph.cancel("interrupted");
+      }
       graph.wait();
     } catch (...) {
       progress.abandon();
+      // Whatever failed once a signal came (a pipe its sender closed on the same
+      // Ctrl-C, the cancelled graph) is that signal's doing.
+      if (settings.interrupts != nullptr && settings.interrupts->signal() != 0) {
+        throw interrupted(settings.interrupts->signal(), sink->frames_written());
+      }
       throw;
     }
     const uint64_t put = graph.getQueue("out")->getTotalNodes();
@@ -127,13 +122,12 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
       throw std::runtime_error(output_name + ": " + std::to_string(sink->frames_written()) + " of " +
                                std::to_string(put) + " frames were written");
     }
-    guard.keep();
-    matte_guard.keep();
 
     job_summary summary;
     for (const role r : role_order) {
       if (const KX::RPtr<KX::ZM::RQueue> q = graph.getQueue(role_name(r))) summary.frames_in.emplace_back(r, q->getTotalNodes());
     }
+    warn(check_frames_read(infos, summary.frames_in));
     summary.frames_out = sink->frames_written();
     summary.output = main.header;
     summary.output_name = output_name;

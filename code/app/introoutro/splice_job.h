@@ -13,6 +13,7 @@
 // "out" (host_stages.h).
 
 #include "introoutro/options.h"
+#include "introoutro/interrupts.h"
 #include "introoutro/splice_plan.h"
 #include "zm/ZMComponent.h"
 
@@ -34,11 +35,12 @@ struct job_settings {
   fit_mode fit = fit_mode::pad;
   uint32_t queue_frames = 8;
   bool quiet = false;
+  interrupt_watch* interrupts = nullptr;  // polled while the graph runs, when set
 };
 
 // Runs to the end. Throws (KX::CException, plan_error, std::runtime_error) with a
-// message naming the file and the cause when anything fails; an output file that
-// the run created is then removed.
+// message naming the file and the cause when anything fails, `interrupted` once a
+// signal came; the caller's output_files removes what the run wrote.
 void run_splice(const std::vector<job_input>& inputs, const job_settings& settings);
 
 }  // namespace ns_introoutro

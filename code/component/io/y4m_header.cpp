@@ -23,6 +23,28 @@ constexpr chroma_tag chroma_tags[] = {
 
 [[noreturn]] void fail(const std::string& message) { throw format_error(message); }
 
+// Lines end in LF alone; a CR left before it would end up inside the last field.
+void refuse_carriage_return(std::string_view line, const char* what) {
+  if (!line.empty() && line.back() == '\r') {
+    fail(std::string(what) + " ends in a carriage return (a CR LF line end): YUV4MPEG2 lines end in LF alone");
+  }
+}
+
+// Beyond these a stream is a mistake, and a costly one: a rate of a million frames/s
+// turns a few seconds of clip into gigabytes, one frame in a million seconds holds
+// memory for ever.
+constexpr uint64_t max_frames_per_second = 1000;
+constexpr uint64_t seconds_per_day = 86400;
+
+void check_rate(ratio r, std::string_view value) {
+  const std::string field = "frame rate F" + std::string(value);
+  if (r.num == 0 || r.den == 0) fail(field + ": numerator and denominator must both be above 0");
+  if (uint64_t{r.num} > max_frames_per_second * r.den) {
+    fail(field + ": above " + std::to_string(max_frames_per_second) + " frames/s");
+  }
+  if (uint64_t{r.num} * seconds_per_day < r.den) fail(field + ": below one frame per day");
+}
+
 // Splits on spaces; runs of spaces count as one, so a stray double space is no error.
 std::vector<std::string_view> tokens_of(std::string_view text) {
   std::vector<std::string_view> tokens;
@@ -70,6 +92,7 @@ chroma parse_chroma(std::string_view value) {
 }  // namespace
 
 stream_header parse_stream_header(std::string_view line) {
+  if (line.substr(0, stream_magic.size()) == stream_magic) refuse_carriage_return(line, "the stream header");
   if (line.substr(0, stream_magic.size()) != stream_magic ||
       (line.size() > stream_magic.size() && line[stream_magic.size()] != ' ')) {
     fail("not a YUV4MPEG2 stream (it starts with '" + printable_excerpt(line) + "')");
@@ -88,9 +111,7 @@ stream_header parse_stream_header(std::string_view line) {
       case 'H': h.height = parse_dimension(value, "H"); break;
       case 'F': {
         h.rate = parse_ratio(value, "F");
-        if (h.rate.num == 0 || h.rate.den == 0) {
-          fail("frame rate F" + std::string(value) + ": numerator and denominator must both be above 0");
-        }
+        check_rate(h.rate, value);
         break;
       }
       case 'I': {
@@ -130,6 +151,7 @@ std::string format_stream_header(const stream_header& h) {
 }
 
 frame_header parse_frame_header(std::string_view line) {
+  if (line.substr(0, frame_magic.size()) == frame_magic) refuse_carriage_return(line, "the FRAME header");
   if (line.substr(0, frame_magic.size()) != frame_magic ||
       (line.size() > frame_magic.size() && line[frame_magic.size()] != ' ')) {
     fail("a FRAME header was expected, found '" + printable_excerpt(line) + "'");

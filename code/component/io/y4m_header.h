@@ -44,6 +44,10 @@ struct frame_header {
   std::vector<std::string> parameters;
 };
 
+// Name of the frame parameter (an RString: the FRAME parameters joined by spaces) in
+// which a Y4M source hands a frame's own header on to a Y4M sink.
+inline constexpr const char* frame_header_parameter = "y4m_frame";
+
 // The stream header line without its newline: "YUV4MPEG2 W.. H.. F.. ...".
 // W, H and F are required.
 stream_header parse_stream_header(std::string_view line);

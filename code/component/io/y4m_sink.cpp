@@ -1,6 +1,7 @@
 #include "io/y4m_sink.h"
 
 #include "base/CException.h"
+#include "base/RString.h"
 #include "io/frame_clock.h"
 
 #include <cmath>
@@ -76,7 +77,12 @@ bool y4m_sink::process() {
          std::to_string(header.width) + "x" + std::to_string(header.height) + " C" + chroma_name(header.sampling) +
          " picture has " + std::to_string(picture));
   }
-  out->write_frame(frame->getData(), frame->getDataLength());
+  std::string_view parameters;
+  if (header.interlacing == 'm') {
+    const auto* own = dynamic_cast<const KX::RString*>(frame->getParameter(frame_header_parameter).get());
+    if (own != nullptr) parameters = own->desc();
+  }
+  out->write_frame(frame->getData(), frame->getDataLength(), parameters);
   bytes.store(out->bytes_written(), std::memory_order_relaxed);
   frames.store(n + 1, std::memory_order_relaxed);
   if (tap) tap(frame);

@@ -1,6 +1,8 @@
 #pragma once
 // Sink component: writes the frames of its one input queue as a Y4M stream with the
-// given stream header, each frame checked against the header first. An optional tap
+// given stream header, each frame checked against the header first. Under a mixed
+// (Im) header a frame keeps the FRAME parameters its source read (its own I flags);
+// otherwise, and for frames that carry none, the FRAME lines are bare. An optional tap
 // sees every frame right after it is written (on the sink's thread; keep it cheap).
 
 #include "io/y4m_header.h"

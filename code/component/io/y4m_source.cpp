@@ -88,6 +88,12 @@ bool y4m_source::process() {
     frame->addParameter("alpha", plane);
   }
   if (tag) frame->addParameter(source_parameter, tag);
+  const std::vector<std::string>& own = pictures->last_frame_header().parameters;
+  if (!own.empty()) {
+    std::string joined = own.front();
+    for (size_t i = 1; i < own.size(); ++i) joined += ' ' + own[i];
+    frame->addParameter(frame_header_parameter, make_source_tag(joined));
+  }
   outWriters[0]->put(frame);
   return true;
 }

@@ -3,6 +3,7 @@
 // stream's clock: sequence n, play and decode time n / rate, duration 1 / rate and the
 // SMPTE time code of n at the rate; an optional matte stream (Cmono, the same size
 // and rate, frame for frame) gives each frame an "alpha" parameter of W x H bytes.
+// Parameters of a FRAME header go with the frame as its frame_header_parameter.
 // The output queue is described with the stream's width, height and frame rate.
 
 #include "io/frame_clock.h"

@@ -21,8 +21,11 @@ void y4m_writer::write_header(const stream_header& h) {
   write_all(&part, 1, "the stream header");
 }
 
-void y4m_writer::write_frame(const uint8_t* picture, size_t bytes) {
+void y4m_writer::write_frame(const uint8_t* picture, size_t bytes, std::string_view parameters) {
+  std::string line;
+  if (!parameters.empty()) line.append("FRAME ").append(parameters).append("\n");
   iovec parts[2] = {{frame_line, sizeof frame_line - 1}, {const_cast<uint8_t*>(picture), bytes}};
+  if (!line.empty()) parts[0] = {line.data(), line.size()};
   const std::string what = "frame " + std::to_string(frames);
   write_all(parts, 2, what.c_str());
   ++frames;

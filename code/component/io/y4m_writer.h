@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <sys/uio.h>
 
 namespace ns_y4m {
@@ -24,7 +25,8 @@ public:
   void set_stop(stop_check check) { out.set_stop(std::move(check)); }
 
   void write_header(const stream_header& h);
-  void write_frame(const uint8_t* picture, size_t bytes);
+  // "FRAME", the parameters when any (space-separated, as in the file), the picture.
+  void write_frame(const uint8_t* picture, size_t bytes, std::string_view parameters = {});
   // Closes an owned file, reporting an error that only closing reveals.
   void finish() { out.close_checked(); }
   uint64_t bytes_written() const { return written; }

@@ -1,7 +1,9 @@
 #include "introoutro/bitmap_font.h"
 #include "introoutro/contact_sheet.h"
 #include "introoutro/demo_clips.h"
+#include "introoutro/input_checks.h"
 #include "introoutro/options.h"
+#include "introoutro/output_files.h"
 #include "introoutro/png_writer.h"
 #include "introoutro/progress.h"
 #include "introoutro/splice_plan.h"
@@ -12,6 +14,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <unistd.h>
 #include <tuple>
 #include <utility>
 
@@ -111,6 +115,105 @@ TEST(IntrooutroPlan, ChecksFormatsAndSizesAndCountsTheOutput) {
   EXPECT_EQ(std::pair(converted->frames, converted->exact), std::pair(uint64_t{60 + 300 + 60}, true));
   EXPECT_FALSE(expected_output({main, input(role::outro, "o", "YUV4MPEG2 W8 H8 F24:1", std::nullopt)}));
   EXPECT_FALSE(expected_output({main, input(role::outro, "o", "YUV4MPEG2 W8 H8 F30000:1001", 7, false)})->exact);
+}
+
+// Colour ranges must agree (no tag means limited), interlaced clips of the other field
+// order are named with both orders, and inputs without frames are told apart by role.
+TEST(IntrooutroInputChecks, RangesFieldOrdersAndEmptyInputs) {
+  const auto main = input(role::main, "m.y4m", "YUV4MPEG2 W8 H8 F25:1 It XCOLORRANGE=LIMITED", 5);
+  const auto checked = [&](const char* clip_header) {
+    std::vector<std::string> warnings;
+    const std::string error = y4m_test::error_of<plan_error>(
+        [&] { warnings = check_clips_against_main({main, input(role::outro, "o.y4m", clip_header, 5)}); });
+    return std::pair(error, warnings);
+  };
+  using result = std::pair<std::string, std::vector<std::string>>;
+  EXPECT_EQ(checked("YUV4MPEG2 W8 H8 F25:1 It"), result("(no exception)", {}));
+  EXPECT_EQ(checked("YUV4MPEG2 W8 H8 F25:1 Ip"), result("(no exception)", {}));
+  EXPECT_EQ(checked("YUV4MPEG2 W8 H8 F25:1 XCOLORRANGE=FULL").first,
+            "o.y4m: the outro is full range (XCOLORRANGE=FULL) but the main source m.y4m is limited range "
+            "(XCOLORRANGE=LIMITED): convert one of them to the other's range first");
+  EXPECT_EQ(checked("YUV4MPEG2 W8 H8 F25:1 Ib"),
+            result("(no exception)", {"o.y4m: the outro is bottom field first (Ib) but the main source m.y4m is top "
+                                      "field first (It): the outro's fields may play in the wrong order"}));
+  EXPECT_THAT(checked("YUV4MPEG2 W8 H8 F25:1 Im").second, ::testing::ElementsAre(HasSubstr("mixed field orders (Im)")));
+  // A progressive main source has no field order to keep.
+  EXPECT_TRUE(check_clips_against_main({input(role::main, "m", "YUV4MPEG2 W8 H8 F25:1 Ip", 5),
+                                        input(role::intro, "i", "YUV4MPEG2 W8 H8 F25:1 Ib", 5)})
+                  .empty());
+  const auto full_main = input(role::main, "m.y4m", "YUV4MPEG2 W8 H8 F25:1 XCOLORRANGE=FULL", 5);
+  EXPECT_THAT(y4m_test::error_of<plan_error>([&] {
+                check_clips_against_main({full_main, input(role::intro, "i.y4m", "YUV4MPEG2 W8 H8 F25:1", 5)});
+              }),
+              HasSubstr("i.y4m: the intro is limited range (no XCOLORRANGE) but the main source m.y4m is full range"));
+
+  // Known empty before the run; a size that is not whole frames may still hold one.
+  const auto outro = input(role::outro, "o.y4m", "YUV4MPEG2 W8 H8 F25:1", 0);
+  EXPECT_EQ(y4m_test::error_of<plan_error>(
+                [&] { check_clips_against_main({input(role::main, "m.y4m", "YUV4MPEG2 W8 H8 F25:1", 0), outro}); }),
+            "m.y4m: the main source has no frames");
+  EXPECT_EQ(y4m_test::error_of<plan_error>([&] {
+              check_clips_against_main({input(role::main, "m.y4m", "YUV4MPEG2 W8 H8 F25:1", 0, false), outro});
+            }),
+            "(no exception)");
+  const std::vector<input_info> inputs = {main, outro};
+  EXPECT_EQ(check_frames_read(inputs, {{role::main, 5}, {role::outro, 0}}),
+            std::vector<std::string>{"o.y4m: the outro has no frames: the splice goes on without it"});
+  EXPECT_EQ(y4m_test::error_of<plan_error>([&] { check_frames_read(inputs, {{role::main, 0}, {role::outro, 3}}); }),
+            "m.y4m: the main source has no frames");
+}
+
+// Outputs are refused under any name of an input or of each other; what a failed job
+// created or changed is removed, a file it never touched stays.
+TEST(IntrooutroOutputFiles, RefusesSharedFilesAndRemovesWhatAFailedJobWrote) {
+  y4m_test::scratch_dir dir;
+  const std::string in = y4m_test::write_file(dir / "in.y4m", "input");
+  std::filesystem::create_hard_link(in, dir / "hard.y4m");
+  std::filesystem::create_symlink(in, dir / "soft.y4m");
+  std::filesystem::create_directory(dir / "sub");
+  const auto claim_error = [&](const std::vector<std::pair<std::string, std::string>>& outputs) {
+    output_files files;
+    for (const auto& [what, path] : outputs) files.add(what, path);
+    return y4m_test::error_of<std::runtime_error>([&] { files.claim({in, ""}); });
+  };
+  EXPECT_EQ(claim_error({{"the output", dir / "hard.y4m"}}), dir / "hard.y4m" + ": the output is also the input " + in);
+  EXPECT_EQ(claim_error({{"the output", dir / "o.y4m"}, {"the preview", dir / "soft.y4m"}}),
+            dir / "soft.y4m" + ": the preview is also the input " + in);
+  EXPECT_EQ(claim_error({{"the output", dir / "o.y4m"}, {"the matte", dir / "sub/../o.y4m"}}),
+            dir / "sub/../o.y4m" + ": the matte is the same file as the output " + dir / "o.y4m");
+  EXPECT_EQ(claim_error({{"the output", dir / "sub"}}), dir / "sub: is a directory");
+  EXPECT_EQ(claim_error({{"the output", dir / "o.y4m"}, {"the preview", dir / "none/p.png"}}),
+            dir / "none/p.png: cannot create: No such file or directory");
+  EXPECT_EQ(claim_error({{"the output", "-"}, {"the matte", "-"}}),
+            "standard output: the matte and the output cannot both be written to it");
+  // Every refusal above removed the files it had created, and read nothing.
+  EXPECT_FALSE(std::filesystem::exists(dir / "o.y4m"));
+  EXPECT_EQ(y4m_test::read_file(in), "input");
+
+  const std::string old_output = y4m_test::write_file(dir / "old.y4m", "old output");
+  const std::string old_preview = y4m_test::write_file(dir / "old.png", "old preview");
+  std::filesystem::create_symlink(old_output, dir / "link.y4m");
+  {
+    output_files files;
+    files.add("the output", dir / "link.y4m");
+    files.add("the preview", old_preview);
+    files.add("the matte", dir / "matte.y4m");
+    files.add("the sound output", "");
+    files.claim({in});
+    EXPECT_EQ(y4m_test::read_file(dir / "matte.y4m"), "");
+    y4m_test::write_file(old_output, "cut");
+  }
+  EXPECT_FALSE(std::filesystem::exists(old_output)) << "the cut file behind the link stayed";
+  EXPECT_FALSE(std::filesystem::exists(dir / "matte.y4m"));
+  EXPECT_EQ(y4m_test::read_file(old_preview), "old preview");
+
+  output_files kept;
+  kept.add("the output", dir / "new.y4m");
+  kept.claim({in});
+  y4m_test::write_file(dir / "new.y4m", "whole");
+  kept.keep();
+  kept.discard();
+  EXPECT_EQ(y4m_test::read_file(dir / "new.y4m"), "whole");
 }
 
 TEST(IntrooutroProgress, LinesSayWhatIsKnown) {

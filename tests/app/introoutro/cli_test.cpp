@@ -8,7 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -45,8 +51,26 @@ protected:
     return ids;
   }
 
+  // A pipe by name: the program opens it as its standard input.
+  std::string fifo(const std::string& name) {
+    const std::string path = dir / name;
+    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    return path;
+  }
+
   y4m_test::scratch_dir dir;
 };
+
+uint64_t size_of(const std::string& path) {
+  std::error_code e;
+  const auto n = std::filesystem::file_size(path, e);
+  return e ? 0 : n;
+}
+
+// Waits (at most 30 s) until `done` holds.
+void wait_until(const std::function<bool()>& done) {
+  for (int i = 0; i < 3000 && !done(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+}
 
 const char* main_header = "YUV4MPEG2 W64 H48 F25:1 It A4:3 C420paldv XCOLORRANGE=LIMITED";
 
@@ -141,6 +165,10 @@ TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
   const std::string whole = y4m_test::read_file(main);
   y4m_test::write_file(cut, whole.substr(0, whole.size() - 10));
   const std::string out = dir / "out.y4m";
+  // A header the test's own parser refuses, with one 64x48 4:2:0 frame.
+  const auto raw = [&](const std::string& name, const std::string& header) {
+    return y4m_test::write_file(dir / name, y4m_test::stream(header, 1, 64 * 48 * 3 / 2));
+  };
   struct bad_case {
     std::vector<std::string> args;
     std::string message;
@@ -167,6 +195,19 @@ TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
       {{"--intro", good, "--main", main, "-o", out, "--plugin", REFUSING_PLUGIN},
        "error: *** ERROR ***: this filter refuses every configuration"},
       {{"--intro", good, "--main", main, "-o", out, "--bogus"}, "unknown option '--bogus'\nTry 'introoutro --help'", 2},
+      {{"--intro", good, "--main", main, "-o", out, "--preview", main}, main + ": the preview is also the input " + main},
+      {{"--intro", good, "--main", main, "-o", out, "--preview", dir / "no/p.png"}, "no/p.png: cannot create"},
+      {{"--intro", raw("fast.y4m", "YUV4MPEG2 W64 H48 F1000000:1"), "--main", main, "-o", out},
+       "fast.y4m: frame rate F1000000:1: above 1000 frames/s"},
+      {{"--outro", raw("slow.y4m", "YUV4MPEG2 W64 H48 F1:1000000"), "--main", main, "-o", out},
+       "slow.y4m: frame rate F1:1000000: below one frame per day"},
+      {{"--outro", raw("cr.y4m", "YUV4MPEG2 W64 H48 F25:1\r"), "--main", main, "-o", out},
+       "cr.y4m: the stream header ends in a carriage return (a CR LF line end)"},
+      {{"--outro", clip("full.y4m", "YUV4MPEG2 W64 H48 F25:1 XCOLORRANGE=FULL", 0, 2), "--main", main, "-o", out},
+       "full.y4m: the outro is full range (XCOLORRANGE=FULL) but the main source " + main +
+           " is limited range (no XCOLORRANGE)"},
+      {{"--intro", good, "--main", clip("empty.y4m", "YUV4MPEG2 W64 H48 F25:1", 0, 0), "-o", out},
+       "empty.y4m: the main source has no frames"},
   };
   for (const bad_case& c : cases) {
     SCOPED_TRACE(c.message);
@@ -177,6 +218,7 @@ TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
     EXPECT_THAT(r.err, HasSubstr(c.message));
     EXPECT_THAT(r.err, Not(HasSubstr("frames out")));
     EXPECT_FALSE(std::filesystem::exists(out)) << "a failed run left its output behind";
+    EXPECT_EQ(y4m_test::read_file(main), whole) << "an input was changed";
   }
   // A closed pipe on standard output is an error, not a silent death by SIGPIPE.
   run_setup closed;
@@ -185,6 +227,102 @@ TEST_F(IntrooutroCli, BadInputsFailWithAMessage) {
   EXPECT_EQ(r.status, 1);
   EXPECT_THAT(r.err, HasSubstr("standard output: the stream header: write failed: Broken pipe (the reading end of "
                                "the pipe was closed)"));
+}
+
+// What is worth telling but no reason to stop: a clip without frames (the splice goes
+// on without it, even through a converter and a scaler), a clip of the other field
+// order. A mixed main source keeps the I flag of each of its frames.
+TEST_F(IntrooutroCli, WarnsOfEmptyClipsAndFieldOrdersAndKeepsFrameFlags) {
+  const std::string flags[] = {"Itti", "Ibbi", "I1pp"};
+  std::string mixed = "YUV4MPEG2 W64 H48 F25:1 Im\n";
+  for (int n = 0; n < 3; ++n) mixed += "FRAME " + flags[n] + "\n" + y4m_test::picture(100 + n, 64 * 48 * 3 / 2);
+  const std::string main = y4m_test::write_file(dir / "mixed.y4m", mixed);
+  const std::string outro = clip("o.y4m", "YUV4MPEG2 W64 H48 F25:1", 200, 2);
+  const std::string out = dir / "out.y4m";
+  run_result r = run({"--intro", clip("empty.y4m", "YUV4MPEG2 W32 H24 F24:1", 0, 0), "--main", main, "--outro", outro,
+                      "-o", out, "-q"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "introoutro: warning: " + dir / "empty.y4m" + ": the intro has no frames: the splice goes on without it\n");
+  EXPECT_EQ(pictures_of(out, {100, 101, 102, 200, 201}), (std::vector<int>{100, 101, 102, 200, 201}));
+  const std::string written = y4m_test::read_file(out);
+  std::vector<std::string> frame_lines;
+  for (size_t at = written.find("FRAME"); at != std::string::npos; at = written.find("FRAME", at + 1)) {
+    frame_lines.push_back(written.substr(at, written.find('\n', at) - at));
+  }
+  EXPECT_EQ(frame_lines, (std::vector<std::string>{"FRAME Itti", "FRAME Ibbi", "FRAME I1pp", "FRAME", "FRAME"}));
+
+  r = run({"--intro", clip("ib.y4m", "YUV4MPEG2 W64 H48 F25:1 Ib", 0, 2), "--main",
+           clip("it.y4m", "YUV4MPEG2 W64 H48 F25:1 It", 100, 2), "-o", out, "-q"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "introoutro: warning: " + dir / "ib.y4m" + ": the intro is bottom field first (Ib) but the main source " +
+                       dir / "it.y4m" + " is top field first (It): the intro's fields may play in the wrong order\n");
+
+  // A main source through a pipe is known to be empty only at its end: the output
+  // written so far is removed.
+  const std::string pipe = fifo("main.pipe");
+  run_setup s = streams(pipe);
+  s.while_running = [&](pid_t) { y4m_test::write_file(pipe, "YUV4MPEG2 W64 H48 F25:1\n"); };
+  r = run({"--intro", outro, "--main", "-", "-o", out}, s);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_THAT(r.err, HasSubstr("standard input: the main source has no frames"));
+  EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+// SIGINT, SIGTERM and SIGHUP stop a job that waits on a slow pipe: status 128 + the
+// signal, one line with the frames written, no output file and no preview left. Also
+// before the graph runs, while the main source's header is still awaited.
+TEST_F(IntrooutroCli, SignalsStopTheJobAndLeaveNoFile) {
+  const std::string intro = clip("i.y4m", "YUV4MPEG2 W64 H48 F25:1", 0, 5);
+  const uint64_t frame_bytes = 6 + 64 * 48 * 3 / 2;
+  const std::string header = "YUV4MPEG2 W64 H48 F25:1\n";
+  const std::string out = dir / "out.y4m";
+  const std::string preview = dir / "joins.png";
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const bool started : {true, false}) {
+      SCOPED_TRACE(std::string(strsignal(signal)) + (started ? ", running" : ", before the main header"));
+      const std::string pipe = fifo("main.pipe");
+      int feed = -1;
+      run_setup s = streams(pipe);
+      s.limit = std::chrono::seconds(60);
+      s.while_running = [&](pid_t child) {
+        feed = open(pipe.c_str(), O_WRONLY);
+        if (started) {
+          const std::string main = y4m_test::stream(header.substr(0, header.size() - 1), 3, frame_bytes - 6, 100);
+          ASSERT_EQ(write(feed, main.data(), main.size()), static_cast<ssize_t>(main.size()));
+          // The intro and the main frames so far are written; the pipe stays open.
+          wait_until([&] { return size_of(out) >= header.size() + 8 * frame_bytes; });
+        } else {
+          // The output is claimed before the inputs are opened.
+          wait_until([&] { return std::filesystem::exists(out); });
+        }
+        kill(child, signal);
+      };
+      const run_result r = run({"--intro", intro, "--main", "-", "-o", out, "--preview", preview}, s);
+      close(feed);
+      std::filesystem::remove(pipe);
+      EXPECT_FALSE(r.hung);
+      EXPECT_EQ(r.status, 128 + signal) << r.err;
+      EXPECT_THAT(r.err, HasSubstr(started ? "interrupted after 8 frames\n" : "interrupted after 0 frames\n"));
+      EXPECT_FALSE(std::filesystem::exists(out));
+      EXPECT_FALSE(std::filesystem::exists(preview));
+    }
+  }
+}
+
+// A terminal on standard output would show the stream as garbage: refused before the
+// job starts.
+TEST_F(IntrooutroCli, RefusesATerminalOnStandardOutput) {
+  const int master = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_GE(master, 0);
+  ASSERT_EQ(grantpt(master), 0);
+  ASSERT_EQ(unlockpt(master), 0);
+  const run_result r = run({"--intro", clip("i.y4m", "YUV4MPEG2 W64 H48 F25:1", 0, 2), "--main",
+                            clip("m.y4m", "YUV4MPEG2 W64 H48 F25:1", 10, 2), "-o", "-"},
+                           streams("/dev/null", ptsname(master)));
+  close(master);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "introoutro: error: standard output is a terminal: write the output to a file, or pipe it into a "
+                   "program\n");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <thread>
@@ -29,6 +30,9 @@ struct run_setup {
   std::string stderr_file;
   std::string cwd;  // the child's working directory, when set
   std::chrono::seconds limit{240};
+  // Called with the child's id once it is started, before waiting for it (to feed it,
+  // signal it).
+  std::function<void(pid_t)> while_running;
 };
 
 // Standard input from `in`, standard output to `out`.
@@ -64,6 +68,7 @@ inline run_result run_program(const std::string& program, const std::vector<std:
     close(pipe_fds[0]);
     close(pipe_fds[1]);
   }
+  if (s.while_running) s.while_running(child);
   const auto deadline = std::chrono::steady_clock::now() + s.limit;
   int wstatus = 0;
   while (waitpid(child, &wstatus, WNOHANG) == 0) {

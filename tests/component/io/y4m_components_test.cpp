@@ -102,20 +102,36 @@ TEST(Y4mSource, RefusesMattesThatDoNotFit) {
   EXPECT_THAT(error_of([&] { graph.run(); }), HasSubstr("m.y4m: Cmono has no colour planes"));
 }
 
-// Source to sink through queues of one frame reproduces the file byte for byte.
+// Source to sink through queues of one frame reproduces the file byte for byte, a
+// mixed stream's per-frame flags included; other streams get bare FRAME lines.
 TEST(Y4mSink, CopiesAStream) {
   scratch_dir dir;
-  const std::string content = stream("YUV4MPEG2 W20 H10 F25:1 Ip A1:1 C420mpeg2 XCOLORRANGE=FULL", 30, 300);
-  auto source = std::make_unique<y4m_reader>(write_file(dir / "in.y4m", content));
-  const stream_header h = source->header();
-  RPtr<y4m_sink> sink(new y4m_sink(std::make_unique<y4m_writer>(dir / "out.y4m"), h));
-  KX::ZM::ZMGraph graph(1);
-  graph.addComponent("main", new y4m_source(std::move(source)), {}, {"main"});
-  graph.addComponent("out", sink, {"main"}, {});
-  graph.run();
-  EXPECT_EQ(read_file(dir / "out.y4m"), content);
-  EXPECT_EQ(sink->frames_written(), 30u);
-  EXPECT_EQ(sink->bytes_written(), content.size());
+  const auto copy = [&](const std::string& content, uint64_t frames) {
+    auto source = std::make_unique<y4m_reader>(write_file(dir / "in.y4m", content));
+    const stream_header h = source->header();
+    RPtr<y4m_sink> sink(new y4m_sink(std::make_unique<y4m_writer>(dir / "out.y4m"), h));
+    KX::ZM::ZMGraph graph(1);
+    graph.addComponent("main", new y4m_source(std::move(source)), {}, {"main"});
+    graph.addComponent("out", sink, {"main"}, {});
+    graph.run();
+    EXPECT_EQ(sink->frames_written(), frames);
+    EXPECT_EQ(sink->bytes_written(), read_file(dir / "out.y4m").size());
+    return read_file(dir / "out.y4m");
+  };
+  const std::string plain = stream("YUV4MPEG2 W20 H10 F25:1 Ip A1:1 C420mpeg2 XCOLORRANGE=FULL", 30, 300);
+  EXPECT_EQ(copy(plain, 30), plain);
+
+  const auto flagged = [](const char* header, const std::vector<std::string>& flags) {
+    std::string s = std::string(header) + "\n";
+    for (size_t n = 0; n < flags.size(); ++n) {
+      s += (flags[n].empty() ? "FRAME" : "FRAME " + flags[n]) + "\n" + picture(n, 300);
+    }
+    return s;
+  };
+  const std::vector<std::string> flags = {"Itti", "Ibbi XKEY=1", "I1pp", ""};
+  EXPECT_EQ(copy(flagged("YUV4MPEG2 W20 H10 F25:1 Im", flags), 4), flagged("YUV4MPEG2 W20 H10 F25:1 Im C420jpeg", flags));
+  EXPECT_EQ(copy(flagged("YUV4MPEG2 W20 H10 F25:1 It", flags), 4),
+            flagged("YUV4MPEG2 W20 H10 F25:1 It C420jpeg", {"", "", "", ""}));
 }
 
 // The sink writes only what its header describes.

@@ -58,10 +58,17 @@ TEST(Y4mHeader, EachBadFieldIsNamed) {
       {"YUV4MPEG2 W8 H6 F25:1 A1:0", "pixel aspect A1:0"},
       {"YUV4MPEG2 W8 H6 W8 F25:1", "field W is given twice"},
       {"YUV4MPEG2 W8 H6 F25:1 Q9", "unknown field 'Q9'"},
+      {"YUV4MPEG2 W8 H6 F1001:1", "frame rate F1001:1: above 1000 frames/s"},
+      {"YUV4MPEG2 W8 H6 F4294967295:4294967", "frame rate F4294967295:4294967: above 1000 frames/s"},
+      {"YUV4MPEG2 W8 H6 F1:86401", "frame rate F1:86401: below one frame per day"},
+      {"YUV4MPEG2 W8 H6 F25:1\r", "the stream header ends in a carriage return (a CR LF line end)"},
   };
   for (const auto& [line, expected] : cases) {
     EXPECT_NE(error_of(line).find(expected), std::string::npos) << line << " -> " << error_of(line);
   }
+  // The rates at the limits are accepted.
+  EXPECT_EQ(parse_stream_header("YUV4MPEG2 W8 H6 F1000:1").rate, (ratio{1000, 1}));
+  EXPECT_EQ(parse_stream_header("YUV4MPEG2 W8 H6 F1:86400").rate, (ratio{1, 86400}));
   // The largest size is accepted, and its frame size is computed without overflow.
   const stream_header largest = parse_stream_header("YUV4MPEG2 W16384 H16384 F1:1 C422");
   EXPECT_EQ(picture_bytes(largest), uint64_t{16384} * 16384 * 2);
@@ -79,6 +86,9 @@ TEST(Y4mHeader, PictureBytesRoundChromaUp) {
 TEST(Y4mHeader, FrameHeadersKeepTheirParameters) {
   EXPECT_TRUE(parse_frame_header("FRAME").parameters.empty());
   EXPECT_EQ(parse_frame_header("FRAME Itpi XKEY=1").parameters, (std::vector<std::string>{"Itpi", "XKEY=1"}));
+  EXPECT_NE(y4m_test::error_of<format_error>([] { parse_frame_header("FRAME Itpi\r"); })
+                .find("the FRAME header ends in a carriage return"),
+            std::string::npos);
   for (const char* bad : {"FRAMES", "FRAM", "", "\x01\xff garbage"}) {
     EXPECT_NE(y4m_test::error_of<format_error>([&] { parse_frame_header(bad); }).find("a FRAME header was expected"),
               std::string::npos)
