@@ -38,7 +38,7 @@ std::vector<job_input> demo_inputs() {
 
 int run(const options& o) {
   job_settings settings{o.output, o.preview, o.plugin.empty() ? default_plugin_path() : o.plugin, o.queue_frames,
-                        o.quiet};
+                        o.quiet, o.encoder};
   if (o.command == command::demo) {
     run_splice(demo_inputs(), settings);
     if (!o.quiet && o.output != "-") std::fprintf(stderr, "introoutro: the demo splice is in %s\n", o.output.c_str());

@@ -2,11 +2,11 @@
 
 #include "introoutro/contact_sheet.h"
 #include "introoutro/join_tap.h"
+#include "introoutro/media_inputs.h"
 #include "introoutro/plugin_loader.h"
 #include "introoutro/png_writer.h"
 #include "introoutro/progress.h"
 #include "io/frame_clock.h"
-#include "io/y4m_sink.h"
 #include "zm/ZMGraph.h"
 
 #include <sys/stat.h>
@@ -84,12 +84,11 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
   plugin_loader plugin(settings.plugin);
   join_tap tap;
   {
-    auto writer = std::make_unique<ns_y4m::y4m_writer>(settings.output);
-    output_guard guard(settings.output);
-    const std::string output_name = writer->name();
-    ns_y4m::y4m_sink::frame_tap see;
+    ns_y4m::output_sink::frame_tap see;
     if (!settings.preview.empty()) see = [&tap](const KX::RPtr<KX::ZM::RFrame>& f) { tap.see(f); };
-    KX::RPtr<ns_y4m::y4m_sink> sink(new ns_y4m::y4m_sink(std::move(writer), main.header, see));
+    const KX::RPtr<ns_y4m::output_sink> sink = make_output_sink(settings.output, main.header, settings.encoder, see);
+    output_guard guard(settings.output);
+    const std::string output_name = sink->name();
 
     KX::RPtr<KX::ZM::RComponentConfiguration> filter_config(new KX::ZM::RComponentConfiguration);
     const std::string format = fourcc_text(ns_y4m::picture_fourcc(main.header.sampling));

@@ -1,15 +1,16 @@
 #pragma once
-// One splice run: the host graph of sources, the filter plug-in and the Y4M sink,
+// One splice run: the host graph of sources, the filter plug-in and the sink (Y4M or media),
 // with progress on standard error while it runs, the preview afterwards and a
 // summary at the end.
 //
 //   intro source --"intro"--+
-//   main source  --"main"----+--> filter (plug-in) --"out"--> Y4M sink (-> join tap)
+//   main source  --"main"----+--> filter (plug-in) --"out"--> sink (-> join tap)
 //   outro source --"outro"--+
 //
 // The queue names give the filter its roles; its "system_informat" and
 // "system_outformat" are the main source's FourCC.
 
+#include "introoutro/options.h"
 #include "introoutro/splice_plan.h"
 #include "zm/ZMComponent.h"
 
@@ -29,6 +30,7 @@ struct job_settings {
   std::string plugin;   // path of the plug-in
   uint32_t queue_frames = 8;
   bool quiet = false;
+  encoder_options encoder;  // for a media output
 };
 
 // Runs to the end. Throws (KX::CException, plan_error, std::runtime_error) with a
