@@ -1,7 +1,8 @@
 #pragma once
 // Puts the pictures of a variable-rate stream on a constant-rate grid with the
 // project's frame-rate converter (time-grid repeat and drop): each grid instant shows
-// the picture that is on screen at that time. One thread at a time.
+// the first picture that is not yet half over there, each picture taken as one
+// period long. One thread at a time.
 
 #include "io/malloc_ptr.h"
 
