@@ -26,6 +26,24 @@ C420) or 8-bit 4:2:2 (C422); all inputs must be of the same one. A clip that is
 scaled or converted to another rate needs an even width and height. FILE may be
 '-': standard input (for one input) or standard output.
 
+Media files (mp4, mov, mkv, mxf, ...): an input that does not start as a
+YUV4MPEG2 stream is read with FFmpeg's libraries, its first video stream
+decoded (H.264, HEVC, ProRes, DNxHD, MPEG-2, FFV1, VP9, ...), also through '-'.
+It is converted to 8-bit 4:2:0, or 4:2:2 when the main source is 4:2:2 (clips
+follow the main source), keeping its exact rate, pixel aspect, field order,
+colour range and chroma siting; deeper pictures are dithered to 8 bits and a
+variable frame rate is made constant at its average (both said once on
+standard error). Y4M and media inputs mix freely. Time codes start at the
+container's start time code when it has one.
+The output's extension chooses how it is written: .y4m (and '-', and a name
+without one) raw YUV4MPEG2; .mp4 H.264 (libx264, crf 18, preset medium); .mov ProRes 422 HQ;
+.mkv FFV1 (lossless); .mxf MPEG-2. The file keeps the main source's rate,
+aspect, field order and colour tags, and the first frame's time code.
+  --vcodec NAME        another encoder (e.g. libx265, dnxhd, mpeg2video)
+  --crf N              constant quality, for encoders that have it (x264, x265)
+  --preset NAME        the encoder's speed preset (x264, x265)
+  --bitrate RATE       a bit rate instead (e.g. 8M, 2500k)
+
 Roles:
   --intro FILE         the bumper, played before the main source
   --main FILE          the main source (required); it sets the output format
@@ -67,6 +85,7 @@ behind.
 
 Examples:
   introoutro --intro bumper.y4m --main show.y4m --outro trailer.y4m -o out.y4m
+  introoutro --intro bumper.mp4 --main show.mov --outro trailer.mkv -o out.mp4
   introoutro --intro bumper.y4m --main show.y4m -o out.y4m --preview joins.png
   ffmpeg -i show.mp4 -f yuv4mpegpipe - |
     introoutro --intro bumper.y4m --main - -o - | ffplay -

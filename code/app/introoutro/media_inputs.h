@@ -3,7 +3,8 @@
 // "YUV4MPEG2 " is read by the Y4M source (no decoding, no copy); any other goes
 // through the media source, in the main source's format: 8-bit 4:2:2 when the main
 // source is 4:2:2, else 8-bit 4:2:0 at the main source's chroma siting. The output's
-// name chooses the sink: "-" and .y4m raw Y4M, any other extension a media container.
+// name chooses the sink: "-", .y4m and names without an extension raw Y4M, any other
+// extension a media container.
 
 #include "introoutro/options.h"
 #include "introoutro/splice_job.h"

@@ -8,10 +8,8 @@ media_muxer::media_muxer(const std::string& path) : label(path) {
   const int e = avformat_alloc_output_context2(&format, nullptr, nullptr, path.c_str());
   if (e < 0 || format == nullptr) {
     const size_t dot = path.rfind('.');
-    if (dot == std::string::npos || path.find('/', dot) != std::string::npos) {
-      fail("the name has no extension to choose a container by (.mp4, .mov, .mkv, .mxf or .y4m)");
-    }
-    fail("no container is written for the extension " + path.substr(dot) + " (.mp4, .mov, .mkv, .mxf or .y4m)");
+    const std::string extension = dot == std::string::npos ? path : path.substr(dot);
+    fail("no container is written for the extension " + extension + " (.mp4, .mov, .mkv, .mxf or .y4m)");
   }
 }
 

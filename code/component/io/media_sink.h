@@ -54,8 +54,8 @@ private:
   std::atomic<uint64_t> frames{0};
 };
 
-// True when `path` is written as raw YUV4MPEG2 ("-" or a .y4m name) rather than
-// through a media container.
+// True when `path` is written as raw YUV4MPEG2 ("-", a .y4m name, or a name without
+// an extension such as a device) rather than through a media container.
 bool writes_y4m(const std::string& path);
 
 }  // namespace ns_media
