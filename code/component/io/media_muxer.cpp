@@ -2,6 +2,9 @@
 
 #include "base/CException.h"
 
+#include <algorithm>
+#include <cstdio>
+
 namespace ns_media {
 
 media_muxer::media_muxer(const std::string& path) : label(path) {
@@ -44,6 +47,7 @@ int media_muxer::add_stream(const AVCodecContext& codec) {
     st->sample_aspect_ratio = codec.sample_aspect_ratio;
   }
   time_bases.push_back(codec.time_base);
+  ended.push_back(false);
   return st->index;
 }
 
@@ -54,7 +58,15 @@ void media_muxer::start(const std::optional<std::string>& timecode) {
   if (e < 0) {
     std::string codecs;
     for (unsigned i = 0; i < format->nb_streams; ++i) {
-      codecs += (i ? ", " : "") + std::string(avcodec_get_name(format->streams[i]->codecpar->codec_id));
+      const AVStream* st = format->streams[i];
+      if (i > 0) codecs.append(", ");
+      codecs.append(avcodec_get_name(st->codecpar->codec_id));
+      if (st->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+        char picture[80];
+        std::snprintf(picture, sizeof picture, " %dx%d at %d/%d frames/s", st->codecpar->width, st->codecpar->height,
+                      st->avg_frame_rate.num, st->avg_frame_rate.den);
+        codecs.append(picture);
+      }
     }
     fail("the " + std::string(format->oformat->name) + " container cannot be written with " + codecs + ": " +
          av_error_text(e));
@@ -66,6 +78,7 @@ void media_muxer::start(const std::optional<std::string>& timecode) {
 
 void media_muxer::write(AVPacket& packet, int stream) {
   std::lock_guard<std::mutex> hold(lock);
+  if (ended.at(static_cast<size_t>(stream))) fail("a packet of stream #" + std::to_string(stream) + " after its end");
   packet.stream_index = stream;
   if (!started) {
     held.push_back(make_packet());
@@ -84,10 +97,13 @@ void media_muxer::write_locked(AVPacket& packet) {
   if (format->pb != nullptr) bytes.store(static_cast<uint64_t>(avio_tell(format->pb)), std::memory_order_relaxed);
 }
 
-void media_muxer::finish() {
+void media_muxer::end_stream(int stream) {
   std::lock_guard<std::mutex> hold(lock);
-  if (finished) return;
-  finished = true;
+  ended.at(static_cast<size_t>(stream)) = true;
+  if (std::find(ended.begin(), ended.end(), false) == ended.end()) finish_locked();
+}
+
+void media_muxer::finish_locked() {
   int e = av_write_trailer(format);
   if (e < 0) fail("cannot finish the file: " + av_error_text(e));
   if (format->pb != nullptr) bytes.store(static_cast<uint64_t>(avio_tell(format->pb)), std::memory_order_relaxed);

@@ -1,9 +1,10 @@
 #pragma once
 // One output container file: streams are added before the header is written, then
-// packets of every stream are interleaved by time (av_interleaved_write_frame).
-// Errors are KX::CException naming the file. add_stream and start belong to the
-// owner's thread; write and bytes_written may be called from any thread, so that an
-// audio encoder on another component can share the file with the video.
+// packets of every stream are interleaved by time (av_interleaved_write_frame), and
+// the file is finished when the last stream has ended. Errors are KX::CException
+// naming the file. add_stream and start belong to the owner's thread; write,
+// end_stream and bytes_written may be called from any thread, so that an audio
+// encoder on another component can share the file with the video.
 
 #include "io/av_ptr.h"
 
@@ -40,21 +41,23 @@ public:
   void start(const std::optional<std::string>& timecode);
   // Takes the packet's contents; its times are in the stream's encoder time base.
   void write(AVPacket& packet, int stream);
-  // Writes the trailer and closes the file, reporting a late write error.
-  void finish();
+  // No more packets of `stream`. After the last stream the trailer is written and the
+  // file closed, reporting a late write error.
+  void end_stream(int stream);
 
   [[noreturn]] void fail(const std::string& what) const;
   uint64_t bytes_written() const { return bytes.load(std::memory_order_relaxed); }
 
 private:
   void write_locked(AVPacket& packet);
+  void finish_locked();
 
   std::string label;
   AVFormatContext* format = nullptr;
   std::vector<AVRational> time_bases;
+  std::vector<bool> ended;
   std::mutex lock;
   bool started = false;
-  bool finished = false;
   std::vector<packet_ptr> held;
   std::atomic<uint64_t> bytes{0};
 };

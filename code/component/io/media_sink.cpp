@@ -70,8 +70,7 @@ frame_ptr media_sink::wrap(const KX::RPtr<KX::ZM::RFrame>& frame) const {
 bool media_sink::process() {
   const KX::RPtr<KX::ZM::RFrame> frame = inReaders[0]->nextFrame();
   if (!frame) {
-    encoder.encode(nullptr);
-    mux.finish();
+    encoder.finish();
     return false;
   }
   const uint64_t n = frames.load(std::memory_order_relaxed);

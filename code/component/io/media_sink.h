@@ -8,7 +8,8 @@
 // Frames reach the encoder without a copy when it takes the stream's own layout.
 //
 // More streams (sound) join through muxer(): add_stream() before the graph starts,
-// then write() packets from any thread; they are interleaved with the video.
+// then write() packets from any thread, interleaved with the video, and end_stream()
+// at their end; the file is finished when the video and every added stream have ended.
 
 #include "io/media_muxer.h"
 #include "io/output_sink.h"
@@ -34,8 +35,8 @@ public:
   // Throws KX::CException unless the input queue is described with the header's
   // size and rate.
   int configure(const KX::ZM::RComponentConfiguration& config) override;
-  // Encodes one frame; at the end of the input flushes the encoder, writes the
-  // trailer and closes the file, and returns false.
+  // Encodes one frame; at the end of the input flushes the encoder, ends the video
+  // stream (the last stream to end finishes the file) and returns false.
   bool process() override;
 
   const std::string& name() const override { return mux.name(); }

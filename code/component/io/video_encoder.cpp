@@ -132,13 +132,19 @@ video_encoder::video_encoder(const ns_y4m::stream_header& h, const encoder_setti
 }
 
 void video_encoder::encode(AVFrame* picture) {
-  if (picture != nullptr && (codec->flags & AV_CODEC_FLAG_QSCALE)) {
-    picture->quality = codec->global_quality;
-  }
-  int e = avcodec_send_frame(codec.get(), picture);
-  if (e < 0) mux.fail(std::string("the encoder ") + codec->codec->name + " failed: " + av_error_text(e));
+  if (codec->flags & AV_CODEC_FLAG_QSCALE) picture->quality = codec->global_quality;
+  drain(avcodec_send_frame(codec.get(), picture));
+}
+
+void video_encoder::finish() {
+  drain(avcodec_send_frame(codec.get(), nullptr));
+  mux.end_stream(stream);
+}
+
+void video_encoder::drain(int sent) {
+  if (sent < 0) mux.fail(std::string("the encoder ") + codec->codec->name + " failed: " + av_error_text(sent));
   for (;;) {
-    e = avcodec_receive_packet(codec.get(), packet.get());
+    const int e = avcodec_receive_packet(codec.get(), packet.get());
     if (e == AVERROR(EAGAIN) || e == AVERROR_EOF) return;
     if (e < 0) mux.fail(std::string("the encoder ") + codec->codec->name + " failed: " + av_error_text(e));
     mux.write(*packet, stream);

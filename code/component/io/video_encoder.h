@@ -30,10 +30,15 @@ public:
   const char* codec_name() const { return codec->codec->name; }
   // The layout the encoder takes its pictures in.
   AVPixelFormat picture_format() const { return codec->pix_fmt; }
-  // Encodes `picture` (null: flushes the last ones) and writes what comes out.
+  // Encodes `picture` and writes what comes out.
   void encode(AVFrame* picture);
+  // Flushes the last pictures and ends the stream in the muxer.
+  void finish();
 
 private:
+  // Takes what avcodec_send_frame said, then writes every packet that is ready.
+  void drain(int sent);
+
   media_muxer& mux;
   codec_ptr codec;
   packet_ptr packet;
