@@ -6,6 +6,9 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cmath>
 #include <limits>
 
@@ -41,6 +44,14 @@ AVColorRange range_of(const AVCodecParameters& p) {
   }
 }
 
+// Standard input redirected from a file is opened as that file, so that a container
+// with its index at the end (mp4, mov) can seek to it; a pipe is read as it comes.
+std::string url_of(const std::string& path) {
+  if (path != "-") return "file:" + path;
+  struct stat st {};
+  return ::fstat(STDIN_FILENO, &st) == 0 && S_ISREG(st.st_mode) ? "file:/dev/stdin" : "pipe:0";
+}
+
 }  // namespace
 
 media_decoder::media_decoder(const std::string& path)
@@ -50,7 +61,9 @@ media_decoder::media_decoder(const std::string& path)
   format->interrupt_callback = {[](void* self) { return static_cast<media_decoder*>(self)->stop &&
                                                               static_cast<media_decoder*>(self)->stop() ? 1 : 0; },
                                 this};
-  int e = avformat_open_input(&format, path == "-" ? "pipe:0" : path.c_str(), nullptr, nullptr);
+  const std::string url = url_of(path);
+  piped = url == "pipe:0";
+  int e = avformat_open_input(&format, url.c_str(), nullptr, nullptr);
   if (e < 0) fail("not a media file: neither YUV4MPEG2 nor a format FFmpeg reads (" + av_error_text(e) + ")");
   e = avformat_find_stream_info(format, nullptr);
   if (e < 0) fail("cannot read what the file holds: " + av_error_text(e));
@@ -130,7 +143,11 @@ const AVFrame* media_decoder::next() {
       continue;
     }
     if (e == AVERROR_EXIT) fail("stopped while reading: the job was cancelled");
-    if (e < 0) fail_stream("read error after frame " + std::to_string(decoded), e);
+    if (e < 0) {
+      fail_stream("read error after frame " + std::to_string(decoded) +
+                      (piped ? " (a pipe cannot seek: an mp4 or mov with its index at the end needs a file)" : ""),
+                  e);
+    }
     if (packet->stream_index == index) e = avcodec_send_packet(codec.get(), packet.get());
     av_packet_unref(packet.get());
     if (e < 0 && e != AVERROR(EAGAIN)) fail_stream("decode error at frame " + std::to_string(decoded), e);

@@ -58,6 +58,7 @@ private:
   std::optional<std::string> timecode;
   packet_ptr packet;
   frame_ptr picture;
+  bool piped = false;
   bool draining = false;
   uint64_t decoded = 0;
   ns_y4m::stop_check stop;
