@@ -36,9 +36,10 @@ variable frame rate is made constant at its average (both said once on
 standard error). Y4M and media inputs mix freely. Time codes start at the
 container's start time code when it has one.
 The output's extension chooses how it is written: .y4m (and '-', and a name
-without one) raw YUV4MPEG2; .mp4 H.264 (libx264, crf 18, preset medium); .mov ProRes 422 HQ;
-.mkv FFV1 (lossless); .mxf MPEG-2. The file keeps the main source's rate,
-aspect, field order and colour tags, and the first frame's time code.
+without one) raw YUV4MPEG2; .mp4 H.264 (libx264, crf 18, preset medium); .mov
+ProRes 422 HQ; .mkv FFV1 (lossless); .mxf MPEG-2. The file keeps the main
+source's rate, aspect, field order and colour tags, and the first frame's time
+code.
   --vcodec NAME        another encoder (e.g. libx265, dnxhd, mpeg2video)
   --crf N              constant quality, for encoders that have it (x264, x265)
   --preset NAME        the encoder's speed preset (x264, x265)
