@@ -71,6 +71,7 @@ bool media_sink::process() {
   const KX::RPtr<KX::ZM::RFrame> frame = inReaders[0]->nextFrame();
   if (!frame) {
     encoder.finish();
+    for (const auto& c : companions) c->at_end(frames.load(std::memory_order_relaxed));
     return false;
   }
   const uint64_t n = frames.load(std::memory_order_relaxed);
@@ -93,6 +94,7 @@ bool media_sink::process() {
   picture->pts = static_cast<int64_t>(n);
   encoder.encode(picture.get());
   frames.store(n + 1, std::memory_order_relaxed);
+  for (const auto& c : companions) c->after_picture(frame);
   if (tap) tap(frame);
   return true;
 }

@@ -7,9 +7,10 @@
 // with that frame's time code as the container's start time code (mov, mp4, mxf, mkv).
 // Frames reach the encoder without a copy when it takes the stream's own layout.
 //
-// More streams (sound) join through muxer(): add_stream() before the graph starts,
-// then write() packets from any thread, interleaved with the video, and end_stream()
-// at their end; the file is finished when the video and every added stream have ended.
+// More streams (sound) join as companions: each adds its stream through muxer()
+// before the graph starts, is told on the sink's thread after every picture written
+// and at the end of the video, writes its packets to the muxer (interleaved with the
+// video) and ends its stream; the file is finished when every stream has ended.
 
 #include "io/media_muxer.h"
 #include "io/output_sink.h"
@@ -18,8 +19,19 @@
 
 #include <atomic>
 #include <memory>
+#include <vector>
 
 namespace ns_media {
+
+// A stream that shares the file with the video and follows its pictures.
+class companion_stream {
+public:
+  virtual ~companion_stream() = default;
+  // `frame` was just written (frames in output order).
+  virtual void after_picture(const KX::RPtr<KX::ZM::RFrame>& frame) = 0;
+  // The video ended after `pictures` frames: write the rest and end the stream.
+  virtual void at_end(uint64_t pictures) = 0;
+};
 
 class media_sink : public ns_y4m::output_sink {
 public:
@@ -30,13 +42,15 @@ public:
   ~media_sink() override;
 
   media_muxer& muxer() { return mux; }
+  // Before the graph starts, with its stream already added to muxer().
+  void add_companion(std::unique_ptr<companion_stream> c) { companions.push_back(std::move(c)); }
   const char* codec_name() const { return encoder.codec_name(); }
 
   // Throws KX::CException unless the input queue is described with the header's
   // size and rate.
   int configure(const KX::ZM::RComponentConfiguration& config) override;
   // Encodes one frame; at the end of the input flushes the encoder, ends the video
-  // stream (the last stream to end finishes the file) and returns false.
+  // stream, then the companions', and returns false.
   bool process() override;
 
   const std::string& name() const override { return mux.name(); }
@@ -52,6 +66,7 @@ private:
   video_encoder encoder;
   picture_converter converter;
   frame_tap tap;
+  std::vector<std::unique_ptr<companion_stream>> companions;
   std::atomic<uint64_t> frames{0};
 };
 
