@@ -27,7 +27,8 @@ void check_not_an_input(const std::string& output, const std::vector<std::string
 std::vector<job_input> open_file_inputs(const options& o) {
   check_not_an_input(o.output, {o.intro, o.main, o.outro, o.intro_alpha, o.outro_alpha});
   std::vector<input_request> requests;
-  for (const input_request& r : {input_request{role::intro, o.intro, o.intro_alpha}, input_request{role::main, o.main, ""},
+  for (const input_request& r : {input_request{role::intro, o.intro, o.intro_alpha},
+                                 input_request{role::main, o.main, ""},
                                  input_request{role::outro, o.outro, o.outro_alpha}}) {
     if (!r.pictures.empty()) requests.push_back(r);
   }

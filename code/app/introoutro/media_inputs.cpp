@@ -75,7 +75,8 @@ std::vector<job_input> open_inputs(const std::vector<input_request>& requests, b
       info.frames = count->frames;
       info.frames_exact = count->exact;
     }
-    KX::RPtr<ns_media::media_source> source(new ns_media::media_source(std::move(o.media), target, role_name(r), notice));
+    KX::RPtr<ns_media::media_source> source(
+        new ns_media::media_source(std::move(o.media), target, role_name(r), notice));
     info.header = source->header();
     inputs.push_back({std::move(info), source});
   }

@@ -29,7 +29,9 @@ std::string stream_list(const AVFormatContext& f) {
 std::optional<std::string> find_timecode(const AVFormatContext& f, const AVStream& video) {
   const AVDictionaryEntry* e = av_dict_get(video.metadata, "timecode", nullptr, 0);
   if (e == nullptr) e = av_dict_get(f.metadata, "timecode", nullptr, 0);
-  for (unsigned i = 0; e == nullptr && i < f.nb_streams; ++i) e = av_dict_get(f.streams[i]->metadata, "timecode", nullptr, 0);
+  for (unsigned i = 0; e == nullptr && i < f.nb_streams; ++i) {
+    e = av_dict_get(f.streams[i]->metadata, "timecode", nullptr, 0);
+  }
   if (e == nullptr) return std::nullopt;
   return std::string(e->value);
 }

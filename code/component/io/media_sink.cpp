@@ -57,9 +57,9 @@ frame_ptr media_sink::wrap(const KX::RPtr<KX::ZM::RFrame>& frame) const {
   av_image_fill_arrays(f->data, f->linesize, data, static_cast<AVPixelFormat>(f->format), f->width, f->height, 1);
   const KX::ZM::RFrame* held = frame.get();
   held->retain();
-  f->buf[0] = av_buffer_create(
-      data, frame->getDataLength(), [](void* opaque, uint8_t*) { static_cast<const KX::ZM::RFrame*>(opaque)->release(); },
-      const_cast<KX::ZM::RFrame*>(held), AV_BUFFER_FLAG_READONLY);
+  const auto let_go = [](void* opaque, uint8_t*) { static_cast<const KX::ZM::RFrame*>(opaque)->release(); };
+  f->buf[0] = av_buffer_create(data, frame->getDataLength(), let_go, const_cast<KX::ZM::RFrame*>(held),
+                               AV_BUFFER_FLAG_READONLY);
   if (f->buf[0] == nullptr) {
     held->release();
     throw std::bad_alloc();

@@ -76,7 +76,9 @@ ns_y4m::malloc_ptr media_source::picture_of(const AVFrame& decoded) {
   if (converter.dithered() && !told_dither) {
     told_dither = true;
     const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(decoded.format));
-    if (notice) notice(decoder->name() + ": " + std::to_string(d->comp[0].depth) + "-bit pictures are dithered to 8 bits");
+    if (notice) {
+      notice(decoder->name() + ": " + std::to_string(d->comp[0].depth) + "-bit pictures are dithered to 8 bits");
+    }
   }
   ns_y4m::malloc_ptr picture = ns_y4m::malloc_bytes(picture_size);
   const int copied = av_image_copy_to_buffer(picture.get(), static_cast<int>(picture_size), planar->data,

@@ -108,7 +108,8 @@ bool zimg_reads(AVPixelFormat format) {
   if (depth < 8 || depth > 16) return false;
   for (int c = 0; c < 3; ++c) {
     const AVComponentDescriptor& comp = d->comp[c];
-    if (comp.plane != c || comp.shift != 0 || comp.offset != 0 || comp.depth != depth || comp.step != (depth > 8 ? 2 : 1)) {
+    if (comp.plane != c || comp.shift != 0 || comp.offset != 0 || comp.depth != depth ||
+        comp.step != (depth > 8 ? 2 : 1)) {
       return false;
     }
   }

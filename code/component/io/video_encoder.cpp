@@ -30,8 +30,8 @@ std::string encoders_for(const media_muxer& mux) {
   std::string list;
   void* it = nullptr;
   while (const AVCodec* c = av_codec_iterate(&it)) {
-    if (!av_codec_is_encoder(c) || c->type != AVMEDIA_TYPE_VIDEO || (c->capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID)) ||
-        mux.refuses(c->id)) {
+    const bool hardware = c->capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID);
+    if (!av_codec_is_encoder(c) || c->type != AVMEDIA_TYPE_VIDEO || hardware || mux.refuses(c->id)) {
       continue;
     }
     list += (list.empty() ? "" : ", ") + std::string(c->name);

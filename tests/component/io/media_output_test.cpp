@@ -171,8 +171,9 @@ public:
 TEST(MediaSink, PicturesArriveUnchangedAndACompanionFollowsThem) {
   y4m_test::scratch_dir dir;
   const uint64_t frames = 9;
+  const uint64_t bytes = 64 * 48 * 3 / 2;
   const std::string clip =
-      y4m_test::write_file(dir / "clip.y4m", y4m_test::stream("YUV4MPEG2 W64 H48 F25:1 C420mpeg2", frames, 64 * 48 * 3 / 2));
+      y4m_test::write_file(dir / "clip.y4m", y4m_test::stream("YUV4MPEG2 W64 H48 F25:1 C420mpeg2", frames, bytes));
   KX::RPtr<media_sink> sink(new media_sink(dir / "out.mkv", small_header(), {}));
   EXPECT_STREQ(sink->codec_name(), "ffv1");
   auto companion = std::make_unique<pcm_companion>(sink->muxer());
@@ -188,7 +189,7 @@ TEST(MediaSink, PicturesArriveUnchangedAndACompanionFollowsThem) {
   const file_contents c = read_file(dir / "out.mkv");
   EXPECT_EQ(c.packets[1], static_cast<int>(frames) + 1);
   ASSERT_EQ(c.video.size(), frames);
-  for (uint64_t n = 0; n < frames; ++n) EXPECT_TRUE(c.video[n] == y4m_test::picture(n, 64 * 48 * 3 / 2)) << n;
+  for (uint64_t n = 0; n < frames; ++n) EXPECT_TRUE(c.video[n] == y4m_test::picture(n, bytes)) << n;
   EXPECT_EQ(c.timecode, "00:00:00:00");
 }
 
