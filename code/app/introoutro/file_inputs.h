@@ -1,6 +1,6 @@
 #pragma once
-// Opens the inputs named on the command line as Y4M sources, each with what the
-// splice needs to know about it before it runs.
+// Opens the inputs named on the command line as sources (Y4M or media files), each
+// with what the splice needs to know about it before it runs.
 
 #include "introoutro/options.h"
 #include "introoutro/splice_job.h"

@@ -35,17 +35,22 @@ come out up to half a group longer or shorter. How the frames are made:
     on a time grid (50 under 25 keeps every second one); none is mixed
 
 Inputs: YUV4MPEG2 (.y4m) streams, 8-bit 4:2:0 (C420jpeg, C420mpeg2, C420paldv,
-C420) or 8-bit 4:2:2 (C422), or media files that FFmpeg's libraries decode (mp4,
-mov, mkv, mxf, ...: H.264, HEVC, ProRes, DNxHD, MPEG-2, FFV1, VP9, ...), freely
-mixed; media inputs are converted to the main source's 4:2:0 or 4:2:2, deeper
-samples dithered to 8 bits. A clip that is scaled or converted to another rate
-needs an even width and height. FILE may be '-': standard input (for one input).
+C420) or 8-bit 4:2:2 (C422), read as they are; or media files that FFmpeg's
+libraries decode (mp4, mov, mkv, mxf, ...: H.264, HEVC, ProRes, DNxHD, MPEG-2,
+FFV1, VP9, ...; the first video stream), converted to 8-bit 4:2:0, or 4:2:2 when
+the main source is 4:2:2, keeping their exact rate, pixel aspect, field order,
+colour range and chroma siting. Deeper pictures are dithered to 8 bits and a
+variable frame rate is made constant at its average (both said once on
+standard error). The two kinds mix freely. Time codes start at the container's
+start time code when it has one. A clip that is scaled or converted to another
+rate needs an even width and height. FILE may be '-': standard input (for one
+input; an mp4 or mov whose index is at its end cannot be read from a pipe).
 
-Output: the name chooses the container and its default encoder: .y4m or '-'
-(standard output) raw YUV4MPEG2, .mp4 H.264, .mov ProRes 422 HQ, .mkv FFV1
-(lossless), .mxf where a fitting codec is available. The output carries the
-main source's rate, pixel aspect, field order, colour tags and start time code
-where the container stores them.
+Output: the name's extension chooses the container and its default encoder:
+.y4m, '-' (standard output) or no extension: raw YUV4MPEG2; .mp4 H.264 (libx264,
+crf 18, preset medium); .mov ProRes 422 HQ; .mkv FFV1 (lossless); .mxf MPEG-2.
+The file keeps the main source's rate, pixel aspect, field order and colour
+tags, and the first output frame's time code where the container stores one.
 
 Checked before the job starts: every input's header (a frame rate above 1000
 frames/s or below one frame per day, or a header line ending in CR, is

@@ -52,7 +52,7 @@ void claim_outputs(const options& o, output_files& outputs) {
 void run(const options& o, output_files& outputs, interrupt_watch& interrupts) {
   claim_outputs(o, outputs);
   job_settings settings{o.output, o.preview, o.plugin.empty() ? default_plugin_path() : o.plugin, o.matte, o.fit,
-                        o.queue_frames, o.quiet, &interrupts};
+                        o.queue_frames, o.quiet, &interrupts, o.encoder};
   if (o.command == command::demo) {
     run_splice(demo_inputs(), settings);
     if (!o.quiet && o.output != "-") std::fprintf(stderr, "introoutro: the demo splice is in %s\n", o.output.c_str());

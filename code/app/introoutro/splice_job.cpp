@@ -4,11 +4,11 @@
 #include "introoutro/host_stages.h"
 #include "introoutro/input_checks.h"
 #include "introoutro/join_tap.h"
+#include "introoutro/media_inputs.h"
 #include "introoutro/plugin_loader.h"
 #include "introoutro/png_writer.h"
 #include "introoutro/progress.h"
 #include "io/frame_clock.h"
-#include "io/y4m_sink.h"
 #include "zm/ZMGraph.h"
 
 #include <unistd.h>
@@ -73,11 +73,10 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
   plugin_loader plugin(settings.plugin);
   join_tap tap;
   {
-    auto writer = std::make_unique<ns_y4m::y4m_writer>(settings.output);
-    const std::string output_name = writer->name();
-    ns_y4m::y4m_sink::frame_tap see;
+    ns_y4m::output_sink::frame_tap see;
     if (!settings.preview.empty()) see = [&tap](const KX::RPtr<KX::ZM::RFrame>& f) { tap.see(f); };
-    KX::RPtr<ns_y4m::y4m_sink> sink(new ns_y4m::y4m_sink(std::move(writer), main.header, see));
+    const KX::RPtr<ns_y4m::output_sink> sink = make_output_sink(settings.output, main.header, settings.encoder, see);
+    const std::string output_name = sink->name();
 
     KX::RPtr<KX::ZM::RComponentConfiguration> filter_config(new KX::ZM::RComponentConfiguration);
     const std::string format = fourcc_text(ns_y4m::picture_fourcc(main.header.sampling));

@@ -1,10 +1,10 @@
 #pragma once
-// One splice run: the host graph of sources, the filter plug-in and the Y4M sink,
+// One splice run: the host graph of sources, the filter plug-in and the sink (Y4M or media),
 // with progress on standard error while it runs, the preview afterwards and a
 // summary at the end.
 //
 //   intro source --"intro"--+
-//   main source  --"main"----+--> filter (plug-in) --"out"--> Y4M sink (-> join tap)
+//   main source  --"main"----+--> filter (plug-in) --"out"--> sink (-> join tap)
 //   outro source --"outro"--+
 //
 // The queue names give the filter its roles; its "system_informat" and
@@ -36,6 +36,7 @@ struct job_settings {
   uint32_t queue_frames = 8;
   bool quiet = false;
   interrupt_watch* interrupts = nullptr;  // polled while the graph runs, when set
+  encoder_options encoder;  // for a media output
 };
 
 // Runs to the end. Throws (KX::CException, plan_error, std::runtime_error) with a

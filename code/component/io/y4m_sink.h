@@ -5,20 +5,17 @@
 // otherwise, and for frames that carry none, the FRAME lines are bare. An optional tap
 // sees every frame right after it is written (on the sink's thread; keep it cheap).
 
+#include "io/output_sink.h"
 #include "io/y4m_header.h"
 #include "io/y4m_writer.h"
-#include "zm/ZMComponent.h"
 
 #include <atomic>
-#include <functional>
 #include <memory>
 
 namespace ns_y4m {
 
-class y4m_sink : public KX::ZM::RSink {
+class y4m_sink : public output_sink {
 public:
-  using frame_tap = std::function<void(const KX::RPtr<KX::ZM::RFrame>&)>;
-
   y4m_sink(std::unique_ptr<y4m_writer> out, const stream_header& header, frame_tap tap = {});
   ~y4m_sink() override;
 
@@ -29,17 +26,15 @@ public:
   // closed, at the end of the input.
   bool process() override;
 
-  // Safe from any thread while the sink runs (progress).
-  uint64_t frames_written() const { return frames.load(std::memory_order_relaxed); }
-  uint64_t bytes_written() const { return bytes.load(std::memory_order_relaxed); }
+  const std::string& name() const override { return out->name(); }
+  uint64_t frames_written() const override { return frames.load(std::memory_order_relaxed); }
+  uint64_t bytes_written() const override { return bytes.load(std::memory_order_relaxed); }
 
 private:
   [[noreturn]] void fail(const std::string& message) const;
 
   std::unique_ptr<y4m_writer> out;
   const stream_header header;
-  const uint64_t picture;
-  const uint32_t fourcc;
   frame_tap tap;
   bool header_written = false;
   std::atomic<uint64_t> frames{0};
