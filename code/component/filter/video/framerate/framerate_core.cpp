@@ -126,7 +126,6 @@ void framerate_core::release(framerate_frame* f) {
 }
 
 void framerate_core::withdraw(framerate_frame* f) {
-  running_timecode_ = f->timecode;
   --out_count_;
   release(f);
 }

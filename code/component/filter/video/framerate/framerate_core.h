@@ -51,8 +51,8 @@ protected:
   // appearance leaves in the record it came in, so only repeats and built pictures
   // cost a copy.
   framerate_frame* restamp(framerate_frame* f);
-  // Undoes the stamp of the newest output f: releases it and gives its number and
-  // time code back, so the stream shows no gap.
+  // Drops the newest output f and gives its number back, so sequences and play times
+  // show no gap. Its time code stays spent: the codes keep counting decisions.
   void withdraw(framerate_frame* f);
 
   framerate_frame* take_front();
