@@ -1,7 +1,8 @@
 #pragma once
-// KX::CSemaphore: a counting semaphore on a POSIX mutex and condition. Copies name the
-// same count and primitives, which live until the last copy is gone. post and wait
-// may be called from any thread.
+// KX::CSemaphore: a counting semaphore on a POSIX mutex and condition. A copy names
+// the same mutex and condition, which live until the last copy is gone, but counts on
+// its own, from the count its source had when it was copied. post and wait may be
+// called from any thread.
 
 #include "base/KXExport.h"
 #include "base/posix_object.h"
@@ -14,12 +15,12 @@ namespace KX {
 class KX_EXPORT CSemaphore {
 public:
   explicit CSemaphore(int n = 0);
-  CSemaphore(const CSemaphore&) = default;
-  CSemaphore& operator=(const CSemaphore&) = default;
+  CSemaphore(const CSemaphore& other);
+  CSemaphore& operator=(const CSemaphore& other);
   virtual ~CSemaphore();
 
-  // Adds one to the count and wakes one waiter; returns the new count. A count that
-  // would pass INT32_MAX throws KX::CException and is left as it is.
+  // Adds one to the count, which lets one waiter go on; returns the new count. A
+  // count that would pass INT32_MAX throws KX::CException and is left as it is.
   int post();
   // Waits until the count is at least 1 and takes one; returns the new count.
   int wait();
@@ -31,15 +32,18 @@ public:
   int getValue() const { return 0; }
 
 private:
-  struct State {
-    explicit State(int n)
-        : count(n), mutex("KX::CSemaphore::CSemaphore"), condition("KX::CSemaphore::CSemaphore") {}
-    int32_t count;
+  struct Primitives {
+    Primitives() : mutex("KX::CSemaphore::CSemaphore"), condition("KX::CSemaphore::CSemaphore") {}
     detail::PosixMutex mutex;
     detail::PosixCondition condition;
   };
 
-  std::shared_ptr<State> state;
+  // The count read under the lock, so that a copy taken while other threads post
+  // sees one consistent value.
+  int32_t lockedCount() const;
+
+  int32_t count;
+  std::shared_ptr<Primitives> primitives;
 };
 
 }  // namespace KX

@@ -37,16 +37,16 @@ TEST(CSemaphore, PostAndWaitHandOffBetweenThreads) {
   EXPECT_EQ(s.post(), 1);
   waiter.join();
 
-  // Ping-pong through copies: a lost or doubled post hangs or miscounts, and the
-  // plain counter relies on the hand-off for ordering (ThreadSanitizer).
+  // Ping-pong: a lost or doubled post hangs or miscounts, and the plain counter
+  // relies on the hand-off for ordering (ThreadSanitizer).
   CSemaphore toWorker;
   CSemaphore toMain;
   long counter = 0;
-  std::thread worker([&counter, w = toWorker, m = toMain]() mutable {
+  std::thread worker([&counter, &toWorker, &toMain] {
     for (int i = 0; i < 20000; ++i) {
-      w.wait();
+      toWorker.wait();
       ++counter;
-      m.post();
+      toMain.post();
     }
   });
   for (int i = 0; i < 20000; ++i) {
@@ -57,6 +57,54 @@ TEST(CSemaphore, PostAndWaitHandOffBetweenThreads) {
   worker.join();
   EXPECT_EQ(counter, 40000);
   EXPECT_EQ(toMain.post(), 1);
+}
+
+// A copy starts from its source's count at the moment of copying and counts on its
+// own from then on, by copy construction and by assignment alike.
+TEST(CSemaphore, ACopyCountsOnItsOwnFromTheCountItWasCopiedAt) {
+  CSemaphore source(2);
+  CSemaphore copy(source);
+  EXPECT_EQ(source.post(), 3);
+  EXPECT_EQ(copy.post(), 3);
+  EXPECT_EQ(copy.wait(), 2);
+  EXPECT_EQ(source.wait(), 2);
+  CSemaphore assigned(7);
+  assigned = source;
+  EXPECT_EQ(source.wait(), 1);
+  EXPECT_EQ(assigned.post(), 3);
+  assigned = assigned;
+  EXPECT_EQ(assigned.wait(), 2);
+  EXPECT_EQ(copy.wait(), 1);
+  EXPECT_EQ(source.reset(5), 0);
+  EXPECT_EQ(copy.post(), 2);
+}
+
+// Copies share one condition: posts on one copy must neither release nor strand a
+// waiter on another.
+TEST(CSemaphore, WaitersOnCopiesAreReleasedByTheirOwnPostsOnly) {
+  CSemaphore first;
+  CSemaphore second(first);
+  std::atomic<bool> firstDone{false}, secondDone{false};
+  std::thread secondWaiter([&] {
+    second.wait();
+    secondDone = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  std::thread firstWaiter([&] {
+    first.wait();
+    firstDone = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  // The older waiter is on `second`: a wake-up of one thread only would go to it.
+  EXPECT_EQ(first.post(), 1);
+  for (int i = 0; i < 400 && !firstDone; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_TRUE(firstDone) << "the post on the first semaphore did not release its waiter";
+  EXPECT_FALSE(secondDone) << "a post on the first semaphore released a waiter on the second";
+  if (!firstDone) first.post();
+  second.post();
+  firstWaiter.join();
+  secondWaiter.join();
+  EXPECT_TRUE(secondDone);
 }
 
 TEST(CCondition, TimedWaitEndsAtItsAbsoluteDeadline) {
@@ -87,7 +135,7 @@ struct Primitives {
 
 // Slot 0 is an original, 1 a copy of it, 2 assigned from the copy over primitives of
 // its own. Whichever goes first, the others still name the same working primitives,
-// and each primitive is destroyed once (ASan).
+// and each primitive is destroyed once (ASan); each semaphore keeps its own count.
 TEST(SharedPrimitives, CopiesNameOnePrimitiveAndOutliveEachOtherInAnyOrder) {
   std::array<int, 3> order{0, 1, 2};
   do {
@@ -96,7 +144,7 @@ TEST(SharedPrimitives, CopiesNameOnePrimitiveAndOutliveEachOtherInAnyOrder) {
     slots[1] = std::make_unique<Primitives>(*slots[0]);
     slots[2] = std::make_unique<Primitives>();
     *slots[2] = *slots[1];
-    int count = 1;
+    std::array<int, 3> counts{1, 1, 1};
     for (int victim : order) {
       for (int i = 0; i < 3; ++i) {
         if (!slots[i]) continue;
@@ -109,7 +157,7 @@ TEST(SharedPrimitives, CopiesNameOnePrimitiveAndOutliveEachOtherInAnyOrder) {
         }
         EXPECT_EQ(p.condition.timedWait(CTimeStamp(), p.mutex), ETIMEDOUT);
         EXPECT_EQ(p.mutex.unlock(), 0);
-        EXPECT_EQ(p.semaphore.post(), ++count);
+        EXPECT_EQ(p.semaphore.post(), ++counts[i]);
       }
       slots[victim].reset();
     }

@@ -1,8 +1,6 @@
 #include "filter/video/framerate/framerate_core.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "filter/video/framerate/cadence.h"
 #include "filter/video/framerate/time_grid.h"
@@ -13,16 +11,9 @@ framerate_core::framerate_core() = default;
 
 framerate_core::~framerate_core() {
   for (framerate_frame* f : in_queue_) release(f);
-  for (framerate_frame* f : out_queue_) release(f);
-  release(held_frame_);
 }
 
-framerate_frame* framerate_core::pop_frame() {
-  if (out_queue_.empty()) return nullptr;
-  framerate_frame* f = out_queue_.front();
-  out_queue_.pop_front();
-  return f;
-}
+framerate_frame* framerate_core::pop_frame() { return out_queue_.pop(); }
 
 void framerate_core::adopt(const rate_plan& plan) {
   params_ = plan.params;
@@ -52,29 +43,15 @@ bool framerate_core::accept(framerate_frame* f) {
 }
 
 framerate_frame* framerate_core::new_record(const framerate_frame& src, uint32_t bytes) {
-  auto* f = static_cast<framerate_frame*>(std::malloc(sizeof(framerate_frame)));
-  auto* data = static_cast<uint8_t*>(std::malloc(bytes ? bytes : 1));
-  const size_t alpha_bytes = layout_.luma_samples();
-  auto* alpha = src.alpha ? static_cast<uint8_t*>(std::malloc(alpha_bytes ? alpha_bytes : 1)) : nullptr;
-  if (!f || !data || (src.alpha && !alpha)) {
-    std::free(f);
-    std::free(data);
-    std::free(alpha);
-    throw std::bad_alloc();
-  }
-  if (alpha) std::memcpy(alpha, src.alpha, alpha_bytes);
-  f->data = data;
-  f->size = bytes;
-  f->alpha = alpha;
+  framerate_frame* f = allocate_record(bytes, src.alpha, layout_.luma_samples());
   stamp_times(f);
   return f;
 }
 
-void framerate_core::stamp_times(framerate_frame* f) {
-  f->duration = frame_period_;
-  f->play_time = f->decode_time = out_count_ * frame_period_ + first_time_;
-  f->sequence = out_count_;
-  ++out_count_;
+void framerate_core::stamp_times(framerate_frame* f) { stamp_clock(*f, out_count_++, frame_period_, first_time_); }
+
+bool framerate_core::timecode_steps() const {
+  return !params_.keep_timecode && timecode_mode_ != ulbase::timecode::mode_none;
 }
 
 void framerate_core::stamp_source_timecode(framerate_frame* f, const framerate_frame& src) {
@@ -82,7 +59,18 @@ void framerate_core::stamp_source_timecode(framerate_frame* f, const framerate_f
     running_timecode_ = src.timecode;
   }
   f->timecode = running_timecode_;
-  if (!params_.keep_timecode && timecode_mode_ != ulbase::timecode::mode_none) running_timecode_.increment();
+  if (timecode_steps()) running_timecode_.increment();
+}
+
+void framerate_core::emit_repeats(const std::shared_ptr<const framerate_frame>& picture, uint64_t count) {
+  if (count == 0) return;
+  if (params_.keep_timecode) running_timecode_ = picture->timecode;
+  const repeat_stamp first{out_count_, frame_period_, first_time_, running_timecode_, timecode_steps()};
+  out_queue_.push_repeats(picture, layout_.luma_samples(), first, count);
+  // The numbers and codes of every queued repeat are spent now, as their stamps
+  // would have been.
+  out_count_ += static_cast<uint32_t>(count);
+  for (uint64_t i = 0; first.timecode_steps && i < count; ++i) running_timecode_.increment();
 }
 
 framerate_frame* framerate_core::stamp_output(const framerate_frame& src) {
@@ -118,15 +106,7 @@ ulbase::timecode framerate_core::seed_timecode(const framerate_frame& first, ulb
   return ulbase::timecode_with_timestamp(mode, first.timecode.stream_time(), step);
 }
 
-void framerate_core::release(framerate_frame* f) {
-  if (!f) return;
-  std::free(f->data);
-  std::free(f->alpha);
-  std::free(f);
-}
-
 void framerate_core::withdraw(framerate_frame* f) {
-  running_timecode_ = f->timecode;
   --out_count_;
   release(f);
 }
@@ -147,20 +127,21 @@ void framerate_core::run_time_grid() {
   const uint32_t mode = params_.time_mode;
   // Emits `f` for every grid instant before `limit`. A grid so far out that adding a
   // period no longer moves it ends the run instead of spinning.
-  auto fill_until = [&](const framerate_frame& f, int64_t limit) {
+  auto fill_until = [&](const std::shared_ptr<const framerate_frame>& f, int64_t limit) {
+    uint64_t instants = 0;
     while (grid_before(grid_ms(next_time_), limit, mode)) {
-      emit(stamp_output(f));
+      ++instants;
       const double next = next_time_ + frame_period_;
       if (next == next_time_) break;
       next_time_ = next;
     }
+    emit_repeats(f, instants);
   };
 
   if (at_end_) {
     if (!held_frame_) return;
-    fill_until(*held_frame_, grid_ms(held_frame_->play_time + held_frame_->duration));
-    release(held_frame_);
-    held_frame_ = nullptr;
+    fill_until(held_frame_, grid_ms(held_frame_->play_time + held_frame_->duration));
+    held_frame_.reset();
     return;
   }
   if (push_count_ == 0) {
@@ -175,10 +156,10 @@ void framerate_core::run_time_grid() {
     first_time_ = grid_first_time(output_rate_, first.play_time, params_.src_rate);
     next_time_ = grid_start(first_time_, frame_period_, mode, next_time_);
   }
-  framerate_frame* f = in_queue_.front();
-  fill_until(*f, grid_ms(f->play_time + f->duration * 0.5));
-  in_queue_.pop_front();
-  release(held_frame_);
+  // Shared with the repeats queued from it, which may outlive its turn as the held
+  // picture.
+  const std::shared_ptr<const framerate_frame> f(take_front(), record_deleter());
+  fill_until(f, grid_ms(f->play_time + f->duration * 0.5));
   held_frame_ = f;
 }
 

@@ -8,6 +8,8 @@
 #include <memory>
 
 #include "filter/video/framerate/framerate_filter.h"
+#include "filter/video/framerate/framerate_record.h"
+#include "filter/video/framerate/output_queue.h"
 #include "filter/video/framerate/picture_layout.h"
 #include "filter/video/framerate/rate_plan.h"
 
@@ -42,23 +44,26 @@ protected:
   framerate_frame* stamp_built(const framerate_frame& src, uint32_t bytes);
   ulbase::timecode seed_timecode(const framerate_frame& first, ulbase::timecode::mode_type mode,
                                  uint32_t step) const;
-  static void release(framerate_frame* f);
-  struct record_deleter {
-    void operator()(framerate_frame* f) const { release(f); }
-  };
-  using record_ptr = std::unique_ptr<framerate_frame, record_deleter>;
+  static void release(framerate_frame* f) { release_record(f); }
+  // Queues `count` stamps of `picture` as the next outputs, as `count` stamp_output
+  // calls would, leaving the copies to be made as they are popped.
+  void emit_repeats(const std::shared_ptr<const framerate_frame>& picture, uint64_t count);
   // Stamps f itself as the next output, picture untouched: a picture's last
   // appearance leaves in the record it came in, so only repeats and built pictures
   // cost a copy.
   framerate_frame* restamp(framerate_frame* f);
-  // Undoes the stamp of the newest output f: releases it and gives its number and
-  // time code back, so the stream shows no gap.
+  // Drops the newest output f and gives its number back, so sequences and play times
+  // show no gap. Its time code stays spent: the codes keep counting decisions.
   void withdraw(framerate_frame* f);
 
   framerate_frame* take_front();
-  void emit(framerate_frame* f) { out_queue_.push_back(f); }
-  // Emits the front picture as the next output.
-  void emit_front() { emit(restamp(take_front())); }
+  void emit(framerate_frame* f) { out_queue_.push(f); }
+  // Emits the front picture as the next output and returns it.
+  framerate_frame* emit_front() {
+    framerate_frame* f = restamp(take_front());
+    emit(f);
+    return f;
+  }
   // Both cadence methods that seed on their first step: time code and clock.
   void seed_cadence(ulbase::timecode::mode_type mode);
 
@@ -70,8 +75,8 @@ protected:
   picture_layout layout_{};
   bool configured_ = false;
   std::deque<framerate_frame*> in_queue_;
-  std::deque<framerate_frame*> out_queue_;
-  framerate_frame* held_frame_ = nullptr;
+  output_queue out_queue_;
+  std::shared_ptr<const framerate_frame> held_frame_;
   double frame_period_ = 0.0;
   double output_rate_ = 0.0;
   uint32_t src_base_ = 0, dst_base_ = 0;
@@ -92,6 +97,8 @@ private:
   framerate_frame* new_record(const framerate_frame& src, uint32_t bytes);
   void stamp_times(framerate_frame* f);
   void stamp_source_timecode(framerate_frame* f, const framerate_frame& src);
+  // Generated time codes step on with every output.
+  bool timecode_steps() const;
 };
 
 }  // namespace ns_video_framerate

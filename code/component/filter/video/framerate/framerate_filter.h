@@ -9,9 +9,10 @@
 // free. A record handed to push_frame belongs to the converter; one returned by
 // pop_frame belongs to the caller. A picture's last appearance in the output is
 // usually the very record that was pushed, restamped; repeats and woven or mixed
-// pictures are new records. The destructor releases every record the converter
-// still holds (waiting input, finished output, the held picture) so that an
-// abandoned stream never leaks.
+// pictures are new records. A repeated picture is held once and each repeat copied
+// from it as it is popped, so memory does not grow with how long a picture is shown.
+// The destructor releases every record the converter still holds (waiting input,
+// finished output, the held picture) so that an abandoned stream never leaks.
 
 #include <cstdint>
 

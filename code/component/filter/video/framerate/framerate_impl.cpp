@@ -93,10 +93,10 @@ void framerate_impl<T>::run_telecine() {
     if (n == 4) {
       emit_telecine_group(drift);
     } else if (n >= 1 && n <= 3) {
-      emit_front();
-      if (n >= 2) emit_front();
+      framerate_frame* last = emit_front();
+      if (n >= 2) last = emit_front();
       if (n == 3) {
-        emit(mix_output(*out_queue_.back(), *in_queue_.front()));
+        emit(mix_output(*last, *in_queue_.front()));
         release(take_front());
       }
     }

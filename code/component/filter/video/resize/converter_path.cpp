@@ -140,7 +140,7 @@ int32_t converter_scaler<S>::scale_frame(S* placed, uint8_t* out) {
 
 template <class S>
 int32_t converter_scaler<S>::scale_fields(S* placed, uint8_t* out) {
-  int32_t result = 1;
+  int32_t result = 0;
   for (uint32_t f = 0; f < 2; ++f) {
     const S* plane = placed;
     S* field = field_src_.data();
@@ -157,11 +157,10 @@ int32_t converter_scaler<S>::scale_fields(S* placed, uint8_t* out) {
       field += std::size_t{size.width} * rows;
     }
     const std::size_t field_bytes = static_cast<std::size_t>(field - field_src_.data()) * sizeof(S);
-    if (path_.convert(field_src_.data(), field_bytes, src_width_, src_height_ / 2,
-                      field_dst_.data()) == 0) {
-      result = 0;
-      continue;
-    }
+    // Each field is woven in whatever its conversion gave; the bottom field's result
+    // is the frame's.
+    result = path_.convert(field_src_.data(), field_bytes, src_width_, src_height_ / 2,
+                           field_dst_.data());
     const uint8_t* converted = field_dst_.data();
     uint8_t* frame_plane = out;
     for (uint32_t p = 0; p < plane_count(layout_); ++p) {

@@ -52,8 +52,8 @@ public:
                    uint32_t prefilter_level);
 
   bool set_up();
-  // Both return the conversion's result; by fields, 0 when either field failed
-  // (a failed field is not woven into `out`).
+  // Both return the conversion's result; by fields, the bottom field's, both fields
+  // being woven into `out` whatever their conversion left in the field buffer.
   int32_t scale_frame(S* placed, uint8_t* out);
   int32_t scale_fields(S* placed, uint8_t* out);
 

@@ -31,11 +31,12 @@ public:
   virtual uint32_t frame_bytes() = 0;
 
   // Converts one frame of the clip's layout and size into out_data and stores its
-  // byte count in *out_bytes. Returns 1 on success; 1 without writing anything for a
-  // null in_data; 0 without writing anything when not configured, for a null
-  // out_bytes or out_data, or when in_bytes is smaller than one clip frame; 0 when
-  // the media library's conversion fails (out_data then holds what was written
-  // before). Bytes of in_data beyond one clip frame are ignored.
+  // byte count in *out_bytes. Returns 1 on success; 1 for a null in_data, writing
+  // nothing but *out_bytes, and that only when scaling progressively; 0 without
+  // writing anything when not configured, for a null out_bytes or out_data, or when
+  // in_bytes is smaller than one clip frame; 0 when the media library's conversion
+  // fails (out_data then holds what was written before). Bytes of in_data beyond one
+  // clip frame are ignored.
   virtual int32_t process(uint32_t in_bytes, const uint8_t* in_data, uint32_t* out_bytes,
                           uint8_t* out_data) = 0;
 

@@ -160,12 +160,17 @@ template <class S>
 int32_t video_resize_impl<S>::process(uint32_t in_bytes, const uint8_t* in_data,
                                       uint32_t* out_bytes, uint8_t* out_data) {
   if (!configured_) return 0;
-  if (in_data == nullptr) return 1;
+  const bool scales =
+      scan_mode_ == scan_scale && (src_width_ != dst_width_ || src_height_ != dst_height_);
+  if (in_data == nullptr) {
+    // Progressive scaling reports the frame size before it looks at the picture;
+    // the field and placement-only flows look first.
+    if (scales && !field_mode_ && out_bytes != nullptr) *out_bytes = frame_bytes();
+    return 1;
+  }
   if (out_bytes == nullptr || out_data == nullptr || in_bytes < clip_frame_bytes_) return 0;
 
   *out_bytes = frame_bytes();
-  const bool scales =
-      scan_mode_ == scan_scale && (src_width_ != dst_width_ || src_height_ != dst_height_);
   if (placement_.identity() && !scales) {
     std::memcpy(out_data, in_data, *out_bytes);
     return 1;

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <random>
+#include <utility>
 
 #include "filter/video/framerate/ivtc/cadence_lock.h"
 #include "filter/video/framerate/ivtc/comb_measure.h"
@@ -11,22 +12,33 @@ namespace {
 
 using namespace framerate_test;
 
-// `count` pictures of a texture moving by (dx, dy) per picture; with dy 0 and a
-// texture constant down each column, no line differs from the next (nothing combs).
-std::vector<frame_ptr> moving_clip(const picture_layout& l, int count, double dx, double dy) {
-  std::vector<frame_ptr> pictures = clip(l, count);
+// Pictures of a texture moving by (dx, dy) per unit of time, picture k showing its
+// even lines at times[k].first and its odd lines at times[k].second (a field pair
+// from two instants combs). With dy 0 and a texture constant down each column, no
+// line differs from the next.
+std::vector<frame_ptr> field_clip(const picture_layout& l, const std::vector<std::pair<double, double>>& times,
+                                  double dx, double dy) {
+  std::vector<frame_ptr> pictures = clip(l, static_cast<int>(times.size()));
   const uint32_t max = l.sample_bytes == 1 ? 255 : 65535;
-  for (int t = 0; t < count; ++t)
+  for (size_t k = 0; k < times.size(); ++k)
     for (int plane = 0; plane < 3; ++plane)
       for (uint32_t y = 0, w = plane ? l.chroma_width : l.width; y < (plane ? l.chroma_height : l.height); ++y)
         for (uint32_t x = 0; x < w; ++x) {
+          const double t = (y & 1) ? times[k].second : times[k].first;
           const double u = x - dx * t / (plane ? 2 : 1), v = y - dy * t;
           const double s = 0.5 + 0.3 * std::sin(0.21 * u + plane) + (dy ? 0.18 * std::cos(0.17 * v + 0.05 * u) : 0);
           const size_t i = plane_offset(l, plane) + size_t{y} * w + x;
-          if (l.sample_bytes == 1) pictures[t]->data[i] = static_cast<uint8_t>(s * max + 0.5);
-          else reinterpret_cast<uint16_t*>(pictures[t]->data)[i] = static_cast<uint16_t>(s * max + 0.5);
+          if (l.sample_bytes == 1) pictures[k]->data[i] = static_cast<uint8_t>(s * max + 0.5);
+          else reinterpret_cast<uint16_t*>(pictures[k]->data)[i] = static_cast<uint16_t>(s * max + 0.5);
         }
   return pictures;
+}
+
+// `count` progressive pictures, one per unit of time.
+std::vector<frame_ptr> moving_clip(const picture_layout& l, int count, double dx, double dy) {
+  std::vector<std::pair<double, double>> times;
+  for (int t = 0; t < count; ++t) times.emplace_back(t, t);
+  return field_clip(l, times, dx, dy);
 }
 
 framerate_params ivtc_params(const picture_layout& l, uint32_t format, bool adaptive, uint32_t phase = 0) {
@@ -49,6 +61,14 @@ std::vector<int> luma_matches(const std::vector<frame_ptr>& out, const std::vect
   return ids;
 }
 
+// Each output's time code as frames after the first output's.
+std::vector<int> code_offsets(const std::vector<frame_ptr>& out) {
+  std::vector<int> offsets;
+  for (const frame_ptr& f : out)
+    offsets.push_back(static_cast<int>(f->timecode.frame_index() - out.front()->timecode.frame_index()));
+  return offsets;
+}
+
 TEST(InverseTelecine, ProgressiveSourceIsCopiedAndThinnedToTheFilmRate) {
   const picture_layout l = layout_of(0, 64, 48);
   const std::vector<frame_ptr> pictures = moving_clip(l, 100, 3, 0);
@@ -59,7 +79,28 @@ TEST(InverseTelecine, ProgressiveSourceIsCopiedAndThinnedToTheFilmRate) {
   for (int i = 0; i < 100; ++i) {
     if (i < 5 || i >= 96 || i % 5 != 0) want.push_back(i);
   }
-  EXPECT_EQ(luma_matches(convert(ivtc_params(l, 0, true), pictures), pictures, l), want);
+  const std::vector<frame_ptr> out = convert(ivtc_params(l, 0, true), pictures);
+  EXPECT_EQ(luma_matches(out, pictures, l), want);
+  // Every decision takes a time code, the dropped copies' included: the codes are
+  // the pictures' own positions, with gaps where copies were dropped.
+  EXPECT_EQ(code_offsets(out), want);
+}
+
+TEST(InverseTelecine, ARejectedWeaveKeepsItsTimeCodeSpent) {
+  const picture_layout l = layout_of(0, 64, 48);
+  // Picture 6 repeats picture 5's even field with its odd field a little later, and
+  // picture 8 repeats picture 7's odd field: the cadence seems to put a repeat at 6,
+  // but weaving 6 with 7 combs worse than either, so that weave is withdrawn and 6
+  // rebuilt from one field instead; 8 is rebuilt too. Picture 5's copy is dropped to
+  // stay on the film-rate track.
+  const std::vector<frame_ptr> pictures = field_clip(
+      l, {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {5, 5.5}, {8, 8}, {9, 8}, {10, 10}, {11, 11}, {12, 12},
+          {13, 13}, {14, 14}},
+      3, 2);
+  const std::vector<frame_ptr> out = convert(ivtc_params(l, 0, true), pictures);
+  EXPECT_EQ(luma_matches(out, pictures, l), (std::vector<int>{0, 1, 2, 3, 4, -1, 7, -1, 9, 10, 11, 12, 13}));
+  // Codes 5 (the dropped copy) and 6 (the withdrawn weave) are never shown.
+  EXPECT_EQ(code_offsets(out), (std::vector<int>{0, 1, 2, 3, 4, 7, 8, 9, 10, 11, 12, 13, 14}));
 }
 
 TEST(InverseTelecine, RecoversFilmFromTheProjectsOwnPulldown) {

@@ -22,6 +22,9 @@ struct fake_behaviour {
   int samples_per_picture = 1;
   long height_error = 0;  // added to the output height it reports
   bool refuse_prepare = false;
+  int fail_put = -1;  // PutSample number (from 0) that fails
+
+  int puts = 0;
 
   uint32_t seen_format = 0;
   long seen_width = 0, seen_height = 0, seen_stride = 0, target_width = 0, target_height = 0;
@@ -51,6 +54,7 @@ public:
   }
 
   orrin::Result PutSample(orrin::CVideoSample* sample) override {
+    if (b_->puts++ == b_->fail_put) return orrin::Result(orrin::kResultProcessingFailed);
     const orrin::CDataReference* ref = sample->GetDataReference();
     b_->seen_stride = ref->GetStride();
     const std::size_t ss = layout_.bytes_per_sample;
@@ -210,6 +214,40 @@ TEST_F(ConverterPath, FieldsAreConvertedOneAtATimeAndWovenBack) {
     behaviour_.samples_per_picture = 3;
     run(*r, format, 24, 16, in, &result);
     EXPECT_EQ(result, 0);
+  }
+}
+
+// A failed field is still woven in, from whatever the field buffer holds, and only
+// the bottom field's conversion decides the result.
+TEST_F(ConverterPath, BothFieldsAreWovenAndTheBottomFieldDecides) {
+  const auto fields = [](uint32_t base) {
+    return frame(1, 16, 8, [base](uint32_t p, uint32_t, uint32_t y) { return base + 40 * p + 100 * (y % 2); });
+  };
+  const auto converted = [](uint32_t base) {
+    return frame(1, 24, 16, [base](uint32_t p, uint32_t x, uint32_t y) {
+      return fake_value(base + 40 * p + 100 * (y % 2), x, y / 2);
+    });
+  };
+  frame earlier = converted(10), now = converted(20);
+  for (int failing : {0, 1}) {
+    SCOPED_TRACE(failing == 0 ? "top field fails" : "bottom field fails");
+    behaviour_ = {};
+    behaviour_.fail_put = 2 + failing;  // in the second frame
+    auto r = make_resizer(1);
+    ASSERT_EQ(configure(*r, resize_args{24, 16, 16, 8, 1} | [](auto& a) { a.scan_mode = 2; }), 1);
+    int32_t result = -1;
+    ASSERT_EQ(run(*r, 1, 24, 16, fields(10), &result).storage(), earlier.storage());
+    const frame out = run(*r, 1, 24, 16, fields(20), &result);
+    EXPECT_EQ(result, failing == 0 ? 1 : 0);
+    for (uint32_t p = 0; p < out.planes(); ++p)
+      for (uint32_t y = 0; y < out.size(p).height; ++y)
+        for (uint32_t x = 0; x < out.size(p).width; ++x) {
+          // The field buffer still holds the field converted before the failure: the
+          // earlier frame's bottom field, or this frame's top field.
+          const bool failed = static_cast<int>(y % 2) == failing;
+          const uint32_t want = !failed ? now.at(p, x, y) : failing == 0 ? earlier.at(p, x, y + 1) : now.at(p, x, y - 1);
+          ASSERT_EQ(out.at(p, x, y), want) << "plane " << p << " at " << x << "," << y;
+        }
   }
 }
 

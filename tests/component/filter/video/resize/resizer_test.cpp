@@ -74,7 +74,6 @@ TEST(Resizer, BadFramesAreRefusedWithoutWriting) {
   const frame in = noise(4, 32, 16, 1);
   std::vector<uint8_t> out(r->frame_bytes(), 0x5A);
   uint32_t out_bytes = 77;
-  EXPECT_EQ(r->process(in.bytes(), nullptr, &out_bytes, out.data()), 1);
   EXPECT_EQ(r->process(in.bytes() - 1, in.data(), &out_bytes, out.data()), 0);
   EXPECT_EQ(r->process(in.bytes(), in.data(), nullptr, out.data()), 0);
   EXPECT_EQ(r->process(in.bytes(), in.data(), &out_bytes, nullptr), 0);
@@ -83,6 +82,36 @@ TEST(Resizer, BadFramesAreRefusedWithoutWriting) {
   EXPECT_EQ(r->process(in.bytes(), in.data(), &out_bytes, out.data()), 1);
   EXPECT_EQ(out_bytes, r->frame_bytes());
   destroy_video_resize(nullptr);
+}
+
+// A null picture succeeds and writes no picture. Scaling progressively, on the
+// resizer's own scaler or the converter, reports the frame size first all the same;
+// by fields, placing only, or copying, the size is left as it was.
+TEST(Resizer, ANullPictureReportsTheFrameSizeOnlyWhenScalingProgressively) {
+  const auto fields = [](resize_args& a) { a.scan_mode = 2; };
+  const struct {
+    const char* flow;
+    resize_args args;
+    bool reports;
+  } cases[] = {
+      {"own scaler", resize_args{48, 24, 32, 16, 4} | with_filter(filter_cubic), true},
+      {"converter", resize_args{48, 24, 32, 16, 1}, true},
+      {"own scaler, 16-bit", resize_args{48, 24, 32, 16, 7} | with_filter(filter_bilinear), true},
+      {"own scaler by fields", resize_args{48, 24, 32, 16, 4} | with_filter(filter_cubic) | fields, false},
+      {"converter by fields", resize_args{48, 24, 32, 16, 1} | fields, false},
+      {"placement only", resize_args{48, 24, 32, 16, 1} | [](auto& a) { a.scan_mode = 1; }, false},
+      {"same size", resize_args{32, 16, 32, 16, 1}, false},
+  };
+  for (const auto& c : cases) {
+    auto r = make_resizer(c.args.format);
+    ASSERT_EQ(configure(*r, c.args), 1) << c.flow;
+    std::vector<uint8_t> out(r->frame_bytes(), 0x5A);
+    uint32_t out_bytes = 77;
+    EXPECT_EQ(r->process(1000, nullptr, &out_bytes, out.data()), 1) << c.flow;
+    EXPECT_EQ(out_bytes, c.reports ? r->frame_bytes() : 77u) << c.flow;
+    EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](uint8_t b) { return b == 0x5A; })) << c.flow;
+    EXPECT_EQ(r->process(1000, nullptr, nullptr, nullptr), 1) << c.flow;
+  }
 }
 
 TEST(Resizer, ReconfiguringReplacesEveryBuffer) {
