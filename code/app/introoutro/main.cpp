@@ -4,11 +4,10 @@
 #include "introoutro/file_inputs.h"
 #include "introoutro/help_text.h"
 #include "introoutro/options.h"
+#include "introoutro/picture_memory.h"
 #include "introoutro/plugin_loader.h"
 #include "introoutro/splice_job.h"
 #include "base/CException.h"
-
-#include <malloc.h>
 
 #include <csignal>
 #include <cstdio>
@@ -17,15 +16,6 @@
 namespace {
 
 using namespace ns_introoutro;
-
-// Pictures are megabytes each and come and go at the frame rate. Above the mmap
-// threshold every picture would be mapped fresh and unmapped again, and writing
-// fresh pages costs far more than the copy into them; kept in the heap, a freed
-// picture block is reused for the next one at no cost.
-void keep_picture_blocks_in_heap() {
-  mallopt(M_MMAP_THRESHOLD, 32 * 1024 * 1024);
-  mallopt(M_TRIM_THRESHOLD, 512 * 1024 * 1024);
-}
 
 std::vector<job_input> demo_inputs() {
   std::vector<job_input> inputs;
@@ -52,7 +42,7 @@ int run(const options& o) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  keep_picture_blocks_in_heap();
+  prepare_picture_memory();
   // A closed pipe on standard output is reported as an error (EPIPE), not a silent death.
   std::signal(SIGPIPE, SIG_IGN);
   options o;
