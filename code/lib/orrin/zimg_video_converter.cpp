@@ -11,6 +11,7 @@
 #include <deque>
 #include <memory>
 #include <new>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -263,7 +264,11 @@ Result zimg_video_converter::prepare() {
       graph_.reset();
       return Result(kResultUnsupportedFormat);
     }
-    if (!worker_) worker_ = std::make_unique<side_worker>();
+    try {
+      if (!worker_) worker_ = std::make_unique<side_worker>();
+    } catch (const std::system_error&) {
+      planes_.reset();  // no thread to be had: the whole picture on the caller's
+    }
   } else {
     worker_.reset();
   }
