@@ -44,15 +44,12 @@ bool last_picture::same_as(const uint8_t* in, const plane_offsets& in_planes) co
   return true;
 }
 
-void last_picture::copy(const uint8_t* in, const plane_offsets& in_planes) noexcept {
-  for (int p = 0; p < 3; ++p) {
-    const uint8_t* from = in + in_planes.plane[p];
-    uint8_t* kept = block_.get() + offset_[p];
-    for (std::size_t y = 0; y < rows_[p]; ++y, from += in_planes.stride[p], kept += stride_[p]) {
-      std::memcpy(kept, from, row_bytes_[p]);
-    }
+void last_picture::copy_plane(int p, const uint8_t* in, const plane_offsets& in_planes) noexcept {
+  const uint8_t* from = in + in_planes.plane[p];
+  uint8_t* kept = block_.get() + offset_[p];
+  for (std::size_t y = 0; y < rows_[p]; ++y, from += in_planes.stride[p], kept += stride_[p]) {
+    std::memcpy(kept, from, row_bytes_[p]);
   }
-  held_ = true;
 }
 
 }  // namespace Quorvane::Orrin

@@ -24,8 +24,10 @@ public:
   void reset(const PictureLayout& layout, std::size_t width, std::size_t height);
   // Whether a picture is held and `in` has the same samples.
   bool same_as(const uint8_t* in, const plane_offsets& in_planes) const noexcept;
-  // Holds a copy of `in` from now on.
-  void copy(const uint8_t* in, const plane_offsets& in_planes) noexcept;
+  // Holds a copy of `in` from now on: plane p by copy_plane(p) for each of the three
+  // (from any threads, one plane each), then held().
+  void copy_plane(int p, const uint8_t* in, const plane_offsets& in_planes) noexcept;
+  void held() noexcept { held_ = true; }
   void forget() noexcept { held_ = false; }
 
   const uint8_t* plane(int p) const noexcept { return block_.get() + offset_[p]; }

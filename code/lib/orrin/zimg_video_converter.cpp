@@ -182,8 +182,10 @@ public:
 private:
   Result prepare();
   Result put_sample(CVideoSample* sample);
-  Result scale(uint8_t* out);
-  Result scale_planes(const zimg_image_buffer_const& src, const zimg_image_buffer& dst);
+  // Copies `in` into last_ and scales the copy into `out`.
+  Result scale(const uint8_t* in, const plane_offsets& in_planes, uint8_t* out);
+  Result scale_planes(const uint8_t* in, const plane_offsets& in_planes,
+                      const zimg_image_buffer_const& src, const zimg_image_buffer& dst);
   RObject<CByteArray> output_block();
 
   graph_ptr graph_;
@@ -321,12 +323,12 @@ Result zimg_video_converter::put_sample(CVideoSample* sample) {
   if (spare_ && last_.same_as(lock.GetData(), in_planes)) {
     block = spare_;
   } else {
-    last_.copy(lock.GetData(), in_planes);
     block = output_block();
-    if (const Result scaled = scale(block->GetData()); scaled.Failed()) {
+    if (const Result scaled = scale(lock.GetData(), in_planes, block->GetData()); scaled.Failed()) {
       last_.forget();
       return scaled;
     }
+    last_.held();
   }
 
   RObject<CVideoSample> out(
@@ -355,7 +357,8 @@ RObject<CByteArray> zimg_video_converter::output_block() {
   return spare_;
 }
 
-Result zimg_video_converter::scale(uint8_t* out) {
+Result zimg_video_converter::scale(const uint8_t* in, const plane_offsets& in_planes,
+                                   uint8_t* out) {
   zimg_image_buffer_const src;
   zimg_image_buffer dst;
   src.version = dst.version = ZIMG_API_VERSION;
@@ -368,10 +371,13 @@ Result zimg_video_converter::scale(uint8_t* out) {
     dst.plane[p].stride = used ? static_cast<ptrdiff_t>(out_planes_.stride[p]) : 0;
     dst.plane[p].mask = ZIMG_BUFFER_MAX;
   }
-  return planes_ ? scale_planes(src, dst) : process(graph_.get(), src, dst, tmp_.get());
+  if (planes_) return scale_planes(in, in_planes, src, dst);
+  for (int p = 0; p < 3; ++p) last_.copy_plane(p, in, in_planes);
+  return process(graph_.get(), src, dst, tmp_.get());
 }
 
-Result zimg_video_converter::scale_planes(const zimg_image_buffer_const& src,
+Result zimg_video_converter::scale_planes(const uint8_t* in, const plane_offsets& in_planes,
+                                          const zimg_image_buffer_const& src,
                                           const zimg_image_buffer& dst) {
   const auto plane = [&src, &dst](int p) {
     std::pair<zimg_image_buffer_const, zimg_image_buffer> one{src, dst};
@@ -379,15 +385,18 @@ Result zimg_video_converter::scale_planes(const zimg_image_buffer_const& src,
     one.second.plane[0] = dst.plane[p];
     return one;
   };
-  // Luma is two thirds of a 4:2:0 picture and half of a 4:2:2 one: the helper takes it.
+  // Luma is two thirds of a 4:2:0 picture and half of a 4:2:2 one: the helper takes it,
+  // its copy into last_ included.
   Result luma(kResultOk);
   const auto luma_buffers = plane(0);
   worker_->start([&] {
+    last_.copy_plane(0, in, in_planes);
     luma = process(planes_->luma.get(), luma_buffers.first, luma_buffers.second,
                    planes_->luma_tmp.get());
   });
   Result chroma(kResultOk);
   for (int p = 1; p < 3 && !chroma.Failed(); ++p) {
+    last_.copy_plane(p, in, in_planes);
     const auto buffers = plane(p);
     chroma = process(planes_->chroma.get(), buffers.first, buffers.second,
                      planes_->chroma_tmp.get());
