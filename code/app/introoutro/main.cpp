@@ -6,11 +6,10 @@
 #include "introoutro/interrupts.h"
 #include "introoutro/options.h"
 #include "introoutro/output_files.h"
+#include "introoutro/picture_memory.h"
 #include "introoutro/plugin_loader.h"
 #include "introoutro/splice_job.h"
 #include "base/CException.h"
-
-#include <malloc.h>
 
 #include <chrono>
 #include <csignal>
@@ -21,15 +20,6 @@
 namespace {
 
 using namespace ns_introoutro;
-
-// Pictures are megabytes each and come and go at the frame rate. Above the mmap
-// threshold every picture would be mapped fresh and unmapped again, and writing
-// fresh pages costs far more than the copy into them; kept in the heap, a freed
-// picture block is reused for the next one at no cost.
-void keep_picture_blocks_in_heap() {
-  mallopt(M_MMAP_THRESHOLD, 32 * 1024 * 1024);
-  mallopt(M_TRIM_THRESHOLD, 512 * 1024 * 1024);
-}
 
 std::vector<job_input> demo_inputs() {
   std::vector<job_input> inputs;
@@ -74,7 +64,7 @@ constexpr std::chrono::milliseconds interrupt_grace(500);
 }  // namespace
 
 int main(int argc, char** argv) {
-  keep_picture_blocks_in_heap();
+  prepare_picture_memory();
   // A closed pipe on standard output is reported as an error (EPIPE), not a silent death.
   std::signal(SIGPIPE, SIG_IGN);
   options o;

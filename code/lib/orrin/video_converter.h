@@ -20,6 +20,10 @@ inline constexpr const char* kPropertyTargetWidth = "vrc.width";
 inline constexpr const char* kPropertyTargetHeight = "vrc.height";
 // One of the kVrcFilter values, looked up like the target size.
 inline constexpr const char* kPropertyFilter = "vrc.filter";
+// Threads that scale one picture, looked up like the target size: 1, or 2 and more
+// for the luma plane beside the chroma planes. Unset: 2 where the processor has two
+// hardware threads or more. Output bytes do not depend on it.
+inline constexpr const char* kPropertyThreads = "vrc.threads";
 
 enum : long {
   kVrcFilterBicubic = 0,  // b = 0, c = 0.5 (Catmull-Rom); the default

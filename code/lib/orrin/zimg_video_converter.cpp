@@ -1,14 +1,23 @@
+// Each input picture is first copied into the converter's own aligned planes
+// (last_picture): zimg then reads it in place, and the next picture, compared with
+// that copy, is not scaled again when it is the same (a frame-rate converter repeats
+// pictures). With a second processor the planes are scaled at once: the luma plane
+// on a helper thread, the chroma planes on the caller's.
+
 #include "orrin/zimg_video_converter.h"
 
 #include <zimg.h>
 
-#include <algorithm>
-#include <cstring>
 #include <deque>
 #include <memory>
 #include <new>
+#include <system_error>
+#include <thread>
+#include <utility>
 
+#include "orrin/last_picture.h"
 #include "orrin/picture_format.h"
+#include "orrin/side_worker.h"
 
 namespace Quorvane::Orrin {
 
@@ -35,17 +44,11 @@ aligned_block allocate_aligned(std::size_t bytes) {
 struct graph_delete {
   void operator()(zimg_filter_graph* graph) const noexcept { zimg_filter_graph_free(graph); }
 };
+using graph_ptr = std::unique_ptr<zimg_filter_graph, graph_delete>;
 
 std::size_t round_up(std::size_t value, std::size_t multiple) {
   return (value + multiple - 1) / multiple * multiple;
 }
-
-// Byte offsets of the three planes of a picture laid out as picture_format.h says.
-struct plane_offsets {
-  std::size_t plane[3];
-  std::size_t stride[3];
-  std::size_t end;  // one past the last byte of the V plane's last row
-};
 
 plane_offsets layout_planes(const PictureLayout& layout, std::size_t width, std::size_t height,
                             std::size_t stride) {
@@ -60,15 +63,6 @@ plane_offsets layout_planes(const PictureLayout& layout, std::size_t width, std:
   p.stride[1] = p.stride[2] = chroma_stride;
   p.end = p.plane[2] + chroma_stride * (chroma_rows - 1) + chroma_row_bytes;
   return p;
-}
-
-bool is_aligned(const uint8_t* base, const plane_offsets& p) {
-  for (int i = 0; i < 3; ++i) {
-    if ((reinterpret_cast<uintptr_t>(base + p.plane[i]) | p.stride[i]) % kAlignment != 0) {
-      return false;
-    }
-  }
-  return true;
 }
 
 bool set_filter(long code, zimg_resample_filter_e* filter, double* a, double* b) {
@@ -104,9 +98,79 @@ zimg_image_format picture_format(const PictureLayout& layout, long width, long h
   return f;
 }
 
+// Where zimg puts a chroma sample of the source, in source chroma samples, for the
+// siting above (raw: -0.5 co-sited left, 0 centred), kept in the very operations zimg
+// uses for a YUV picture, so that a plane scaled alone gets the same filter taps.
+double chroma_shift(double raw, unsigned shift, long src, long dst) {
+  if (shift == 0) return 0.0;
+  const double sub_scale = 1.0 / (1 << shift);
+  double value = 0.0;
+  value -= sub_scale * raw;
+  value += sub_scale * raw * static_cast<double>(src) / static_cast<double>(dst);
+  return value;
+}
+
 bool valid_size(const PictureLayout& layout, long width, long height) {
   return width > 0 && height > 0 && width <= kMaxDimension && height <= kMaxDimension &&
          width % (1L << layout.chroma_shift_x) == 0 && height % (1L << layout.chroma_shift_y) == 0;
+}
+
+long default_threads() { return std::thread::hardware_concurrency() > 1 ? 2 : 1; }
+
+Result process(const zimg_filter_graph* graph, const zimg_image_buffer_const& src,
+               const zimg_image_buffer& dst, void* tmp) {
+  return zimg_filter_graph_process(graph, &src, &dst, tmp, nullptr, nullptr, nullptr, nullptr) ==
+                 ZIMG_ERROR_SUCCESS
+             ? Result(kResultOk)
+             : Result(kResultProcessingFailed);
+}
+
+graph_ptr build_graph(const zimg_image_format& src, const zimg_image_format& dst,
+                      const zimg_graph_builder_params& params, aligned_block* tmp) {
+  graph_ptr graph(zimg_filter_graph_build(&src, &dst, &params));
+  std::size_t tmp_bytes = 0;
+  if (!graph || zimg_filter_graph_get_tmp_size(graph.get(), &tmp_bytes) != ZIMG_ERROR_SUCCESS) {
+    return nullptr;
+  }
+  *tmp = allocate_aligned(tmp_bytes > 0 ? tmp_bytes : 1);
+  return graph;
+}
+
+// The picture's graph taken apart: one for the luma plane, one for either chroma plane.
+struct plane_graphs {
+  graph_ptr luma;
+  graph_ptr chroma;
+  aligned_block luma_tmp;
+  aligned_block chroma_tmp;
+};
+
+std::unique_ptr<plane_graphs> build_plane_graphs(const zimg_image_format& src,
+                                                 const zimg_image_format& dst,
+                                                 const zimg_graph_builder_params& params) {
+  auto graphs = std::make_unique<plane_graphs>();
+  zimg_image_format luma_src = src, luma_dst = dst;
+  for (zimg_image_format* f : {&luma_src, &luma_dst}) {
+    f->color_family = ZIMG_COLOR_GREY;
+    f->subsample_w = f->subsample_h = 0;
+  }
+  graphs->luma = build_graph(luma_src, luma_dst, params, &graphs->luma_tmp);
+
+  zimg_image_format chroma_src = luma_src, chroma_dst = luma_dst;
+  chroma_src.width = src.width >> src.subsample_w;
+  chroma_src.height = src.height >> src.subsample_h;
+  chroma_dst.width = dst.width >> dst.subsample_w;
+  chroma_dst.height = dst.height >> dst.subsample_h;
+  chroma_src.active_region.left = chroma_shift(-0.5, src.subsample_w, src.width, dst.width);
+  chroma_src.active_region.top = chroma_shift(0.0, src.subsample_h, src.height, dst.height);
+  chroma_src.active_region.width = static_cast<double>(src.width) / (1 << src.subsample_w);
+  chroma_src.active_region.height = static_cast<double>(src.height) / (1 << src.subsample_h);
+  zimg_graph_builder_params chroma_params = params;
+  chroma_params.resample_filter = params.resample_filter_uv;
+  chroma_params.filter_param_a = params.filter_param_a_uv;
+  chroma_params.filter_param_b = params.filter_param_b_uv;
+  graphs->chroma = build_graph(chroma_src, chroma_dst, chroma_params, &graphs->chroma_tmp);
+  if (!graphs->luma || !graphs->chroma) return nullptr;
+  return graphs;
 }
 
 class zimg_video_converter final : public CVideoConverter {
@@ -118,21 +182,22 @@ public:
 private:
   Result prepare();
   Result put_sample(CVideoSample* sample);
-  Result prepare_ring();
+  // Copies `in` into last_ and scales the copy into `out`.
   Result scale(const uint8_t* in, const plane_offsets& in_planes, uint8_t* out);
+  Result scale_planes(const uint8_t* in, const plane_offsets& in_planes,
+                      const zimg_image_buffer_const& src, const zimg_image_buffer& dst);
   RObject<CByteArray> output_block();
 
-  std::unique_ptr<zimg_filter_graph, graph_delete> graph_;
+  graph_ptr graph_;
   aligned_block tmp_;
-  // Inputs zimg cannot read in place go through a few aligned lines per plane.
-  aligned_block ring_;
-  uint8_t* ring_plane_[3] = {};
-  std::size_t ring_stride_[3] = {};
-  unsigned ring_mask_[3] = {};
+  std::unique_ptr<plane_graphs> planes_;
+  std::unique_ptr<side_worker> worker_;
   PictureLayout layout_{};
   long in_width_ = 0, in_height_ = 0, out_width_ = 0, out_height_ = 0;
   plane_offsets out_planes_{};
   std::size_t out_bytes_ = 0;
+  last_picture last_;
+  // The output of the picture last_ holds, while last_ holds one.
   RObject<CByteArray> spare_;
   std::deque<RObject<CVideoSample>> pending_;
 };
@@ -159,6 +224,8 @@ Result zimg_video_converter::PutSample(CVideoSample* sample) {
 Result zimg_video_converter::prepare() {
   SetOutputProperties(nullptr);
   graph_.reset();
+  planes_.reset();
+  last_.forget();
   pending_.clear();
   spare_.Reset();
 
@@ -174,6 +241,9 @@ Result zimg_video_converter::prepare() {
   }
   long filter_code = kVrcFilterBicubic;
   GetSetting(kPropertyFilter, &filter_code);
+  long threads = default_threads();
+  GetSetting(kPropertyThreads, &threads);
+  if (threads < 1) return Result(kResultInvalidArgument);
 
   zimg_graph_builder_params params;
   zimg_graph_builder_params_default(&params, ZIMG_API_VERSION);
@@ -188,24 +258,29 @@ Result zimg_video_converter::prepare() {
 
   const zimg_image_format src = picture_format(*layout, input->GetWidth(), input->GetHeight());
   const zimg_image_format dst = picture_format(*layout, width, height);
-  graph_.reset(zimg_filter_graph_build(&src, &dst, &params));
+  graph_ = build_graph(src, dst, params, &tmp_);
   if (!graph_) return Result(kResultUnsupportedFormat);
-  std::size_t tmp_bytes = 0;
-  if (zimg_filter_graph_get_tmp_size(graph_.get(), &tmp_bytes) != ZIMG_ERROR_SUCCESS) {
-    graph_.reset();
-    return Result(kResultProcessingFailed);
+  if (threads > 1) {
+    planes_ = build_plane_graphs(src, dst, params);
+    if (!planes_) {
+      graph_.reset();
+      return Result(kResultUnsupportedFormat);
+    }
+    try {
+      if (!worker_) worker_ = std::make_unique<side_worker>();
+    } catch (const std::system_error&) {
+      planes_.reset();  // no thread to be had: the whole picture on the caller's
+    }
+  } else {
+    worker_.reset();
   }
-  tmp_ = allocate_aligned(tmp_bytes > 0 ? tmp_bytes : 1);
 
   layout_ = *layout;
   in_width_ = input->GetWidth();
   in_height_ = input->GetHeight();
   out_width_ = width;
   out_height_ = height;
-  if (const Result ring = prepare_ring(); ring.Failed()) {
-    graph_.reset();
-    return ring;
-  }
+  last_.reset(layout_, static_cast<std::size_t>(in_width_), static_cast<std::size_t>(in_height_));
   // Luma stride a multiple of 64 << shift keeps every chroma stride a multiple of 64.
   const std::size_t out_stride =
       round_up(static_cast<std::size_t>(width) * layout_.bytes_per_sample,
@@ -243,9 +318,18 @@ Result zimg_video_converter::put_sample(CVideoSample* sample) {
     return Result(kResultInvalidArgument);
   }
 
-  RObject<CByteArray> block = output_block();
-  const Result scaled = scale(lock.GetData(), in_planes, block->GetData());
-  if (scaled.Failed()) return scaled;
+  // A repeated picture shares the block of its first showing: outputs are read only.
+  RObject<CByteArray> block;
+  if (spare_ && last_.same_as(lock.GetData(), in_planes)) {
+    block = spare_;
+  } else {
+    block = output_block();
+    if (const Result scaled = scale(lock.GetData(), in_planes, block->GetData()); scaled.Failed()) {
+      last_.forget();
+      return scaled;
+    }
+    last_.held();
+  }
 
   RObject<CVideoSample> out(
       new CVideoSample(sample->GetTime(), sample->GetTimeScale(), sample->GetDuration()));
@@ -273,87 +357,52 @@ RObject<CByteArray> zimg_video_converter::output_block() {
   return spare_;
 }
 
-// What the unpack callback needs to copy the lines zimg asks for into the ring.
-struct unpack_job {
-  const uint8_t* in;
-  const plane_offsets* in_planes;
-  uint8_t* const* ring;
-  const std::size_t* ring_stride;
-  const unsigned* ring_mask;
-  PictureLayout layout;
-  unsigned width;
-};
-
-// Lines i .. i + 2^shift_y - 1 of luma and line i >> shift_y of each chroma plane,
-// columns left .. right - 1 (luma units).
-int unpack_lines(void* user, unsigned i, unsigned left, unsigned right) {
-  const auto& job = *static_cast<const unpack_job*>(user);
-  const unsigned bytes = job.layout.bytes_per_sample;
-  for (unsigned p = 0; p < 3; ++p) {
-    const unsigned sx = p == 0 ? 0 : job.layout.chroma_shift_x;
-    const unsigned sy = p == 0 ? 0 : job.layout.chroma_shift_y;
-    const unsigned first = i >> sy;
-    const unsigned count = p == 0 ? 1u << job.layout.chroma_shift_y : 1u;
-    const unsigned from = left >> sx;
-    const unsigned to = std::min((right + (1u << sx) - 1) >> sx, job.width >> sx);
-    for (unsigned row = first; row < first + count; ++row) {
-      std::memcpy(job.ring[p] + (row & job.ring_mask[p]) * job.ring_stride[p] + from * bytes,
-                  job.in + job.in_planes->plane[p] + row * job.in_planes->stride[p] + from * bytes,
-                  (to - from) * bytes);
-    }
-  }
-  return 0;
-}
-
-Result zimg_video_converter::prepare_ring() {
-  unsigned lines = 0;
-  if (zimg_filter_graph_get_input_buffering(graph_.get(), &lines) != ZIMG_ERROR_SUCCESS) {
-    return Result(kResultProcessingFailed);
-  }
-  unsigned mask = zimg_select_buffer_mask(lines);
-  if (mask == ZIMG_BUFFER_MAX || mask >= static_cast<unsigned>(in_height_)) mask = ZIMG_BUFFER_MAX;
-  std::size_t offset[3] = {};
-  std::size_t total = 0;
-  for (unsigned p = 0; p < 3; ++p) {
-    const unsigned sx = p == 0 ? 0 : layout_.chroma_shift_x;
-    const unsigned sy = p == 0 ? 0 : layout_.chroma_shift_y;
-    ring_mask_[p] = mask == ZIMG_BUFFER_MAX ? mask : mask >> sy;
-    const std::size_t rows = mask == ZIMG_BUFFER_MAX ? static_cast<std::size_t>(in_height_) >> sy
-                                                     : std::size_t{ring_mask_[p]} + 1;
-    ring_stride_[p] = round_up(
-        (static_cast<std::size_t>(in_width_) >> sx) * layout_.bytes_per_sample, kAlignment);
-    offset[p] = total;
-    total += rows * ring_stride_[p];
-  }
-  ring_ = allocate_aligned(total);
-  for (unsigned p = 0; p < 3; ++p) ring_plane_[p] = ring_.get() + offset[p];
-  return Result(kResultOk);
-}
-
 Result zimg_video_converter::scale(const uint8_t* in, const plane_offsets& in_planes,
                                    uint8_t* out) {
-  const bool in_place = is_aligned(in, in_planes);
   zimg_image_buffer_const src;
   zimg_image_buffer dst;
   src.version = dst.version = ZIMG_API_VERSION;
   for (int p = 0; p < 4; ++p) {
     const bool used = p < 3;
-    src.plane[p].data = !used ? nullptr : in_place ? in + in_planes.plane[p] : ring_plane_[p];
-    src.plane[p].stride =
-        !used ? 0 : static_cast<ptrdiff_t>(in_place ? in_planes.stride[p] : ring_stride_[p]);
-    src.plane[p].mask = used && !in_place ? ring_mask_[p] : ZIMG_BUFFER_MAX;
+    src.plane[p].data = used ? last_.plane(p) : nullptr;
+    src.plane[p].stride = used ? static_cast<ptrdiff_t>(last_.stride(p)) : 0;
+    src.plane[p].mask = ZIMG_BUFFER_MAX;
     dst.plane[p].data = used ? out + out_planes_.plane[p] : nullptr;
     dst.plane[p].stride = used ? static_cast<ptrdiff_t>(out_planes_.stride[p]) : 0;
     dst.plane[p].mask = ZIMG_BUFFER_MAX;
   }
-  unpack_job job{in, &in_planes, ring_plane_, ring_stride_, ring_mask_, layout_,
-                 static_cast<unsigned>(in_width_)};
-  if (zimg_filter_graph_process(graph_.get(), &src, &dst, tmp_.get(),
-                                in_place ? nullptr : unpack_lines, &job, nullptr,
-                                nullptr) != ZIMG_ERROR_SUCCESS) {
-    return Result(kResultProcessingFailed);
+  if (planes_) return scale_planes(in, in_planes, src, dst);
+  for (int p = 0; p < 3; ++p) last_.copy_plane(p, in, in_planes);
+  return process(graph_.get(), src, dst, tmp_.get());
+}
+
+Result zimg_video_converter::scale_planes(const uint8_t* in, const plane_offsets& in_planes,
+                                          const zimg_image_buffer_const& src,
+                                          const zimg_image_buffer& dst) {
+  const auto plane = [&src, &dst](int p) {
+    std::pair<zimg_image_buffer_const, zimg_image_buffer> one{src, dst};
+    one.first.plane[0] = src.plane[p];
+    one.second.plane[0] = dst.plane[p];
+    return one;
+  };
+  // Luma is two thirds of a 4:2:0 picture and half of a 4:2:2 one: the helper takes it,
+  // its copy into last_ included.
+  Result luma(kResultOk);
+  const auto luma_buffers = plane(0);
+  worker_->start([&] {
+    last_.copy_plane(0, in, in_planes);
+    luma = process(planes_->luma.get(), luma_buffers.first, luma_buffers.second,
+                   planes_->luma_tmp.get());
+  });
+  Result chroma(kResultOk);
+  for (int p = 1; p < 3 && !chroma.Failed(); ++p) {
+    last_.copy_plane(p, in, in_planes);
+    const auto buffers = plane(p);
+    chroma = process(planes_->chroma.get(), buffers.first, buffers.second,
+                     planes_->chroma_tmp.get());
   }
-  return Result(kResultOk);
+  worker_->wait();
+  return luma.Failed() ? luma : chroma;
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ namespace {
 
 // Prepare's result goes to `prepared` when given; otherwise a failure throws, failing the test.
 RObject<CVideoConverter> make_converter(uint32_t fourcc, long width, long height, long out_width, long out_height,
-                                        long filter = -1, Result* prepared = nullptr) {
+                                        long filter = -1, Result* prepared = nullptr, long threads = 0) {
   AddKestrelleComponentDependencies();
   RObject<CVideoConverter> converter(
       CComponentInventory<CComponentFactory<CVideoConverter>>::CreateInstance(kVideoConverterType));
@@ -26,6 +26,7 @@ RObject<CVideoConverter> make_converter(uint32_t fourcc, long width, long height
   in->SetProperty(kPropertyTargetHeight, out_height);  // read from the input properties
   converter->SetProperty(kPropertyTargetWidth, out_width);
   if (filter >= 0) converter->SetProperty(kPropertyFilter, filter);
+  if (threads > 0) converter->SetProperty(kPropertyThreads, threads);
   converter->SetInputProperties(in.Get());
   const Result result = converter->Prepare();
   if (prepared != nullptr) *prepared = result;
@@ -111,19 +112,6 @@ TEST(OrrinZimgConverter, EveryFormatKeepsEachPlaneConstantAtItsPlace) {
   }
 }
 
-TEST(OrrinZimgConverter, PackedInputZimgCannotReadInPlaceGivesTheSameResult) {
-  // 720-byte luma rows put the chroma planes off zimg's 64-byte alignment.
-  auto converter = make_converter(kFourccI420, 720, 576, 1024, 576);
-  const auto ramp = [](int p, long x, long y) { return static_cast<unsigned>((x * 3 + y * 5 + p * 40) % 256); };
-  auto packed = convert_one(*converter, make_picture(kFourccI420, 720, 576, 720, ramp).Get());
-  auto aligned = convert_one(*converter, make_picture(kFourccI420, 720, 576, 768, ramp).Get());
-  const auto a = packed->GetDataReference()->GetLockedDataReference(kLockRead);
-  const auto b = aligned->GetDataReference()->GetLockedDataReference(kLockRead);
-  ASSERT_EQ(a.GetLength(), b.GetLength());
-  EXPECT_NE(a.GetData(), b.GetData());
-  EXPECT_EQ(std::memcmp(a.GetData(), b.GetData(), a.GetLength()), 0);
-}
-
 TEST(OrrinZimgConverter, RefusesBadSetupsAndPicturesTooShortToRead) {
   const auto prepare = [](uint32_t fourcc, long w, long h, long out_w, long out_h, long filter) {
     Result prepared;
@@ -180,6 +168,92 @@ TEST(OrrinZimgConverter, FilterPropertySelectsPointSampling) {
     const uint8_t* row = out->GetDataReference()->GetLockedDataReference(kLockRead).GetData();
     const bool all_from_input = std::all_of(row, row + 192, [](unsigned v) { return v % 4 == 0; });
     EXPECT_EQ(all_from_input, filter == kVrcFilterPoint) << "filter " << filter;
+  }
+}
+
+// The picture's samples, row padding left out (nothing writes it).
+std::vector<uint8_t> bytes_of(const CVideoSample& sample, uint32_t fourcc, long width, long height) {
+  const CDataReference& reference = *sample.GetDataReference();
+  const auto lock = reference.GetLockedDataReference(kLockRead);
+  const uint32_t bytes = DescribePictureFormat(fourcc)->bytes_per_sample;
+  std::vector<uint8_t> samples;
+  for_each_sample(fourcc, width, height, reference.GetStride(), lock.GetData(),
+                  [&](int, long, long, uint8_t* at) { samples.insert(samples.end(), at, at + bytes); });
+  return samples;
+}
+
+TEST(OrrinZimgConverter, PackedInputZimgCannotReadInPlaceGivesTheSameResult) {
+  // 720-byte luma rows put the chroma planes off zimg's 64-byte alignment.
+  const auto ramp = [](int p, long x, long y) { return static_cast<unsigned>((x * 3 + y * 5 + p * 40) % 256); };
+  auto packed = make_converter(kFourccI420, 720, 576, 1024, 576);
+  auto aligned = make_converter(kFourccI420, 720, 576, 1024, 576);
+  EXPECT_EQ(bytes_of(*convert_one(*packed, make_picture(kFourccI420, 720, 576, 720, ramp).Get()), kFourccI420, 1024, 576),
+            bytes_of(*convert_one(*aligned, make_picture(kFourccI420, 720, 576, 768, ramp).Get()), kFourccI420, 1024, 576));
+}
+
+// Noise the scaler cannot smooth into equality by accident.
+unsigned noise(int p, long x, long y) {
+  uint32_t h = static_cast<uint32_t>(p * 7919 + x * 104729 + y * 1299709);
+  h ^= h >> 13;
+  h *= 0x5bd1e995u;
+  return (h ^ (h >> 15)) & 0xFFFF;
+}
+
+TEST(OrrinZimgConverter, PlanesScaledOnTwoThreadsEqualTheWholePicture) {
+  struct shape {
+    uint32_t fourcc;
+    long w, h, out_w, out_h;
+  };
+  const shape shapes[] = {
+      {kFourccI420, 1280, 720, 1920, 1080}, {kFourccI420, 1920, 1080, 1280, 720},
+      {kFourccI420, 720, 576, 1024, 576},   {kFourccI420, 64, 2, 66, 130},
+      {kFourccI422, 1280, 720, 1920, 1080}, {kFourccI422, 720, 487, 352, 241},
+      {kFourccI444, 352, 289, 704, 577},    {kFourccI444, 640, 480, 160, 121},
+      {kFourccI2AL, 1280, 720, 1920, 1080}, {kFourccI2AL, 720, 485, 640, 363},
+  };
+  for (const shape& s : shapes) {
+    for (long filter : {long{kVrcFilterBicubic}, long{kVrcFilterLanczos3}, long{kVrcFilterBilinear}}) {
+      SCOPED_TRACE(testing::Message() << std::hex << s.fourcc << std::dec << " " << s.w << "x" << s.h << " -> "
+                                      << s.out_w << "x" << s.out_h << " filter " << filter);
+      const long stride = s.w * DescribePictureFormat(s.fourcc)->bytes_per_sample;
+      const auto picture = make_picture(s.fourcc, s.w, s.h, stride, noise);
+      auto one = make_converter(s.fourcc, s.w, s.h, s.out_w, s.out_h, filter, nullptr, 1);
+      auto two = make_converter(s.fourcc, s.w, s.h, s.out_w, s.out_h, filter, nullptr, 2);
+      const auto a = bytes_of(*convert_one(*one, picture.Get()), s.fourcc, s.out_w, s.out_h);
+      const auto b = bytes_of(*convert_one(*two, picture.Get()), s.fourcc, s.out_w, s.out_h);
+      ASSERT_EQ(a.size(), b.size());
+      const auto diff = std::mismatch(a.begin(), a.end(), b.begin());
+      EXPECT_TRUE(diff.first == a.end()) << "first difference at byte " << (diff.first - a.begin()) << " of "
+                                         << a.size();
+    }
+  }
+}
+
+std::vector<uint8_t> picture_of(const CVideoSample& sample) { return bytes_of(sample, kFourccI420, 192, 108); }
+
+TEST(OrrinZimgConverter, ARepeatedPictureIsNotScaledAgainYetReadsTheSame) {
+  for (long threads : {1L, 2L}) {
+    SCOPED_TRACE(testing::Message() << threads << " threads");
+    auto converter = make_converter(kFourccI420, 128, 72, 192, 108, -1, nullptr, threads);
+    auto fresh = make_converter(kFourccI420, 128, 72, 192, 108, -1, nullptr, threads);
+    const auto a = make_picture(kFourccI420, 128, 72, 128, noise);
+    // The same samples at another stride, and a copy that differs in the V plane's
+    // last sample only.
+    const auto a_wide = make_picture(kFourccI420, 128, 72, 192, noise);
+    const auto b = make_picture(kFourccI420, 128, 72, 128, [](int p, long x, long y) {
+      return p == 2 && x == 63 && y == 35 ? noise(p, x, y) + 1 : noise(p, x, y);
+    });
+    const auto first = convert_one(*converter, a.Get());
+    const auto repeat = convert_one(*converter, a_wide.Get());
+    EXPECT_EQ(repeat->GetDataReference()->GetLockedDataReference(kLockRead).GetData(),
+              first->GetDataReference()->GetLockedDataReference(kLockRead).GetData())
+        << "a repeat shares the first showing's block";
+    const auto changed = convert_one(*converter, b.Get());
+    EXPECT_EQ(picture_of(*changed), picture_of(*convert_one(*fresh, b.Get())));
+    EXPECT_NE(picture_of(*changed), picture_of(*first));
+    // Back to `a` after `b`: scaled again, the same bytes as its first showing.
+    EXPECT_EQ(picture_of(*convert_one(*converter, a.Get())), picture_of(*first));
+    EXPECT_EQ(picture_of(*first), picture_of(*convert_one(*fresh, a.Get())));
   }
 }
 
