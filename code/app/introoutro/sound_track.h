@@ -1,0 +1,73 @@
+#pragma once
+// The sound of a splice job, beside the pictures: each input's first audio stream
+// conformed to the output format (the main source's, or 48 kHz stereo when only a
+// clip has sound) and joined in step with the pictures the sink writes, into a media
+// output's sound stream or a WAV file beside a Y4M output.
+//
+// A sink's thread drives it: picture() after every written picture (main or not,
+// by its source tag), finish() at the end of the video; each passes on the sound
+// that is final by then.
+
+#include "audio/audio_splicer.h"
+#include "audio/wav_writer.h"
+#include "io/media_sink.h"
+#include "introoutro/options.h"
+#include "introoutro/splice_job.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace ns_introoutro {
+
+using message_sink = std::function<void(const std::string&)>;
+
+// The format of the joined sound, none when no input has sound. An input read from
+// standard input has none (it cannot be opened a second time for its sound), said
+// through `note`. A file whose sound cannot be read throws ns_audio::audio_error
+// naming it, unless audio.ignore_errors (then `warn` and it is silent).
+std::optional<ns_audio::audio_format> output_sound_format(const std::vector<job_input>& inputs,
+                                                          const audio_options& audio, const message_sink& note,
+                                                          const message_sink& warn);
+
+class sound_track {
+public:
+  using writer = std::function<void(const float* samples, size_t frames)>;
+
+  // Opens every input's sound in `format`; `write` takes the joined samples.
+  sound_track(const std::vector<job_input>& inputs, const ns_audio::audio_format& format, ns_y4m::ratio video_rate,
+              const audio_options& audio, const message_sink& warn, writer write);
+
+  void picture(bool from_main);
+  // The video ended after `frames` pictures: writes the rest.
+  void finish(uint64_t frames);
+
+private:
+  void pass_on();
+
+  ns_audio::audio_splicer splicer;
+  writer write;
+  std::vector<float> chunk;
+};
+
+// The sound as a media output's second stream, encoded as `encoder` says
+// (--acodec, --abitrate), driven by the sink. Before the graph starts.
+void add_sound_stream(ns_media::media_sink& sink, const std::vector<job_input>& inputs,
+                      const ns_audio::audio_format& format, ns_y4m::ratio video_rate, const audio_options& audio,
+                      const encoder_options& encoder, const message_sink& warn);
+
+// The sound beside a Y4M output as a 24-bit WAV file: see() every written picture,
+// finish() after the video's end.
+class sound_file {
+public:
+  sound_file(const std::string& path, const std::vector<job_input>& inputs, const ns_audio::audio_format& format,
+             ns_y4m::ratio video_rate, const audio_options& audio, const message_sink& warn);
+  void see(const KX::ZM::RFrame& frame);
+  void finish(uint64_t frames);
+
+private:
+  ns_audio::wav_writer wav;
+  sound_track track;
+};
+
+}  // namespace ns_introoutro
