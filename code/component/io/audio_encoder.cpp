@@ -41,9 +41,10 @@ const AVCodec* choose(const audio_encoder_settings& s, const media_muxer& mux) {
   if (c == nullptr && !name.empty()) {
     if (const AVCodecDescriptor* d = avcodec_descriptor_get_by_name(name.c_str())) c = avcodec_find_encoder(d->id);
   }
-  if (c == nullptr || c->type != AVMEDIA_TYPE_AUDIO) {
+  if (c == nullptr) {
     mux.fail("the audio encoder " + (name.empty() ? std::string("for ") + container : name) + " is not available");
   }
+  if (c->type != AVMEDIA_TYPE_AUDIO) mux.fail(name + " is not an audio encoder");
   if (mux.refuses(c->id)) {
     mux.fail(std::string("the ") + container + " container cannot hold " + avcodec_get_name(c->id) +
              " sound (encoder " + c->name + ")");

@@ -45,6 +45,7 @@ struct stream_facts {
   int sample_rate = 0;
   int channels = 0;
   int64_t audio_duration = 0;  // in samples, as the container says
+  int64_t bit_rate = 0;
 };
 
 stream_facts facts_of(const std::string& path) {
@@ -59,6 +60,7 @@ stream_facts facts_of(const std::string& path) {
       f.sample_rate = s->codecpar->sample_rate;
       f.channels = s->codecpar->ch_layout.nb_channels;
       f.audio_duration = av_rescale_q(s->duration, s->time_base, {1, f.sample_rate});
+      f.bit_rate = s->codecpar->bit_rate;
     }
   }
   AVPacket* p = av_packet_alloc();
@@ -247,12 +249,37 @@ TEST_F(SoundFiles, Y4mOutputsWriteTheSoundBesideOrSayTheyDoNot) {
   EXPECT_EQ(r.err, "");
 }
 
-TEST_F(SoundFiles, NoAudioAndPipedMainSourcesChooseTheirSound) {
+TEST_F(SoundFiles, OptionsAndPipedMainSourcesChooseTheSound) {
   auto args = three();
   args.insert(args.end(), {"-o", out("none.mkv"), "-q", "--no-audio"});
   run_result r = run(args);
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(facts_of(out("none.mkv")).audio_streams, 0);
+
+  args = three();
+  args.insert(args.end(), {"-o", out("pcm.mkv"), "-q", "--acodec", "pcm_s16le"});
+  r = run(args);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(sound_of(out("pcm.mkv"), facts_of(out("pcm.mkv"))).size(), video_end);
+
+  args = three();
+  args.insert(args.end(), {"-o", out("low.mp4"), "-q", "--abitrate", "96k"});
+  r = run(args);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NEAR(facts_of(out("low.mp4")).bit_rate, 96000, 16000);
+
+  // AC-3 takes whole frames only: the last is padded and its packet cut back.
+  args = three();
+  args.insert(args.end(), {"-o", out("ac3.mp4"), "-q", "--acodec", "ac3"});
+  r = run(args);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(facts_of(out("ac3.mp4")).audio_duration, static_cast<int64_t>(video_end));
+
+  args = three();
+  args.insert(args.end(), {"-o", out("bad.mp4"), "-q", "--acodec", "ffv1"});
+  r = run(args);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_THAT(r.err, HasSubstr("bad.mp4: ffv1 is not an audio encoder"));
 
   // A main source on standard input is read once, for its pictures: the clips' sound
   // comes in the default format around the show's silence.
