@@ -1,5 +1,7 @@
 #include "io/audio_encoder.h"
 
+#include "io/encoder_choice.h"
+
 extern "C" {
 #include <libavutil/channel_layout.h>
 }
@@ -12,10 +14,6 @@ namespace ns_media {
 
 namespace {
 
-struct container_default {
-  const char* container;
-  const char* encoder;
-};
 constexpr container_default defaults[] = {
     {"mp4", "aac"}, {"mov", "pcm_s24le"}, {"matroska", "flac"}, {"mxf", "pcm_s24le"}};
 
@@ -27,30 +25,6 @@ constexpr int any_size_frame = 1024;
 // 24-bit integers (in the top of 32), then 16-bit.
 constexpr AVSampleFormat preferred[] = {AV_SAMPLE_FMT_FLT, AV_SAMPLE_FMT_FLTP, AV_SAMPLE_FMT_S32,
                                         AV_SAMPLE_FMT_S32P, AV_SAMPLE_FMT_S16, AV_SAMPLE_FMT_S16P};
-
-const AVCodec* choose(const audio_encoder_settings& s, const media_muxer& mux) {
-  const std::string container = mux.container().name;
-  std::string name = s.codec;
-  if (name.empty()) {
-    for (const container_default& d : defaults) {
-      if (container == d.container) name = d.encoder;
-    }
-  }
-  const AVCodec* c = name.empty() ? avcodec_find_encoder(mux.container().audio_codec)
-                                  : avcodec_find_encoder_by_name(name.c_str());
-  if (c == nullptr && !name.empty()) {
-    if (const AVCodecDescriptor* d = avcodec_descriptor_get_by_name(name.c_str())) c = avcodec_find_encoder(d->id);
-  }
-  if (c == nullptr) {
-    mux.fail("the audio encoder " + (name.empty() ? std::string("for ") + container : name) + " is not available");
-  }
-  if (c->type != AVMEDIA_TYPE_AUDIO) mux.fail(name + " is not an audio encoder");
-  if (mux.refuses(c->id)) {
-    mux.fail(std::string("the ") + container + " container cannot hold " + avcodec_get_name(c->id) +
-             " sound (encoder " + c->name + ")");
-  }
-  return c;
-}
 
 AVSampleFormat sample_format_for(const AVCodec& c) {
   if (c.sample_fmts == nullptr) return AV_SAMPLE_FMT_FLT;
@@ -119,7 +93,7 @@ void store(AVFrame& f, int at, const float* in, int n, int channels) {
 audio_encoder::audio_encoder(uint32_t sample_rate, uint64_t channel_mask, const audio_encoder_settings& s,
                              media_muxer& mux)
     : mux(mux), packet(make_packet()), pending(make_frame()) {
-  const AVCodec* c = choose(s, mux);
+  const AVCodec* c = choose_encoder(s.codec, AVMEDIA_TYPE_AUDIO, mux, defaults);
   const std::string who = std::string("the audio encoder ") + c->name;
   codec.reset(avcodec_alloc_context3(c));
   if (!codec) throw std::bad_alloc();

@@ -7,10 +7,9 @@
 // long as the pictures, keeps the show's lead, and the error paths name the file.
 
 #include "audio/audio_decoder.h"
-#include "run_program.h"
+#include "ffmpeg_files.h"
 #include "signal_checks.h"
 #include "test_media.h"
-#include "y4m_test_files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -140,13 +139,11 @@ void expect_in_step(const std::vector<double>& x, uint64_t edge, double phase) {
   }
 }
 
-class SoundFiles : public ::testing::Test {
+class SoundFiles : public ffmpeg_files<SoundFiles> {
 protected:
   static void SetUpTestSuite() {
-    if (std::system("ffmpeg -version >/dev/null 2>&1") != 0) return;
-    files = new y4m_test::scratch_dir;
+    if (!start()) return;
     const std::string ffmpeg = "ffmpeg -v error -y -f lavfi -i ";
-    const auto make = [](const std::string& command) { return std::system(command.c_str()) == 0; };
     // Each sound runs past its pictures, so that the join cuts it.
     made = make(ffmpeg + "testsrc2=s=64x48:r=25:d=2 -f lavfi -i sine=f=440:r=44100:d=2.5 -ac 1 -c:v libx264 "
                          "-pix_fmt yuv420p -c:a aac " + at("bumper.mp4")) &&
@@ -162,33 +159,10 @@ protected:
     made = make(ffmpeg + "testsrc2=s=64x48:r=25:d=2 -i " + at("garbage.nut") +
                 " -map 0:v -map 1:a -c:v ffv1 -c:a copy " + at("broken.nut"));
   }
-  static void TearDownTestSuite() {
-    delete files;
-    files = nullptr;
-  }
-  void SetUp() override {
-    if (files == nullptr) GTEST_SKIP() << "the ffmpeg program is not installed (scripts/install-deps.sh --reference)";
-    ASSERT_TRUE(made) << "ffmpeg could not make the test files";
-  }
-
-  static std::string at(const std::string& name) { return *files / name; }
-  std::string out(const std::string& name) const { return dir / name; }
   static std::vector<std::string> three() {
     return {"--intro", at("bumper.mp4"), "--main", at("show.mov"), "--outro", at("trailer.mkv")};
   }
-
-  run_result run(std::vector<std::string> args, run_setup s = {}) {
-    s.stderr_file = dir / "stderr.txt";
-    return run_program(INTROOUTRO_BIN, args, s);
-  }
-
-  static y4m_test::scratch_dir* files;
-  static bool made;
-  y4m_test::scratch_dir dir;
 };
-
-y4m_test::scratch_dir* SoundFiles::files = nullptr;
-bool SoundFiles::made = false;
 
 TEST_F(SoundFiles, EachContainersSoundChangesPieceWithThePictures) {
   struct expected {
@@ -279,7 +253,7 @@ TEST_F(SoundFiles, OptionsAndPipedMainSourcesChooseTheSound) {
   args.insert(args.end(), {"-o", out("bad.mp4"), "-q", "--acodec", "ffv1"});
   r = run(args);
   EXPECT_EQ(r.status, 1);
-  EXPECT_THAT(r.err, HasSubstr("bad.mp4: ffv1 is not an audio encoder"));
+  EXPECT_THAT(r.err, HasSubstr("bad.mp4: the audio encoder ffv1 is not available; the mp4 audio encoders here are: "));
 
   // A main source on standard input is read once, for its pictures: the clips' sound
   // comes in the default format around the show's silence.
