@@ -4,6 +4,8 @@
 #include "introoutro/join_tap.h"
 #include "io/audio_encoder.h"
 
+#include <utility>
+
 namespace ns_introoutro {
 
 namespace {
@@ -84,16 +86,69 @@ sound_track::sound_track(const std::vector<job_input>& inputs, const ns_audio::a
     : splicer(format, {video_rate.num, video_rate.den}, open_pieces(inputs, format, audio, warn),
               {audio.join_fade_ms, audio.ignore_errors, warn}),
       write(std::move(write)),
-      chunk(chunk_frames * format.channels()) {}
+      chunk(chunk_frames * format.channels()),
+      worker([this] { run(); }) {}
+
+sound_track::~sound_track() {
+  {
+    std::lock_guard<std::mutex> hold(lock);
+    stop = true;
+  }
+  wake.notify_one();
+  if (worker.joinable()) worker.join();
+}
+
+void sound_track::raise_failure() {
+  if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
+}
 
 void sound_track::picture(bool from_main) {
-  splicer.picture(from_main);
-  pass_on();
+  {
+    std::lock_guard<std::mutex> hold(lock);
+    raise_failure();
+    told.push_back(from_main);
+  }
+  wake.notify_one();
 }
 
 void sound_track::finish(uint64_t frames) {
-  splicer.finish(frames);
-  pass_on();
+  {
+    std::lock_guard<std::mutex> hold(lock);
+    end = frames;
+  }
+  wake.notify_one();
+  worker.join();
+  raise_failure();
+}
+
+// Takes the pictures told so far in one go, so that the sink's thread waits on the
+// lock only as long as a swap takes.
+void sound_track::run() {
+  std::vector<bool> batch;
+  for (;;) {
+    std::optional<uint64_t> last;
+    {
+      std::unique_lock<std::mutex> hold(lock);
+      wake.wait(hold, [this] { return stop || end || !told.empty(); });
+      if (stop) return;
+      batch.swap(told);
+      last = end;
+    }
+    try {
+      for (const bool from_main : batch) splicer.picture(from_main);
+      batch.clear();
+      pass_on();
+      if (last) {
+        splicer.finish(*last);
+        pass_on();
+        return;
+      }
+    } catch (...) {
+      std::lock_guard<std::mutex> hold(lock);
+      failure = std::current_exception();
+      return;
+    }
+  }
 }
 
 void sound_track::pass_on() {

@@ -5,8 +5,9 @@
 // output's sound stream or a WAV file beside a Y4M output.
 //
 // A sink's thread drives it: picture() after every written picture (main or not,
-// by its source tag), finish() at the end of the video; each passes on the sound
-// that is final by then.
+// by its source tag), finish() at the end of the video. The sound is decoded, joined
+// and written on a thread of its own, so that it does not hold up the pictures; a
+// failure there is raised by the next picture() or by finish().
 
 #include "audio/audio_splicer.h"
 #include "audio/wav_writer.h"
@@ -14,8 +15,12 @@
 #include "introoutro/options.h"
 #include "introoutro/splice_job.h"
 
+#include <condition_variable>
+#include <exception>
 #include <functional>
+#include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 namespace ns_introoutro {
@@ -34,20 +39,33 @@ class sound_track {
 public:
   using writer = std::function<void(const float* samples, size_t frames)>;
 
-  // Opens every input's sound in `format`; `write` takes the joined samples.
+  // Opens every input's sound in `format`; `write` takes the joined samples, on the
+  // track's own thread.
   sound_track(const std::vector<job_input>& inputs, const ns_audio::audio_format& format, ns_y4m::ratio video_rate,
               const audio_options& audio, const message_sink& warn, writer write);
+  // Stops the thread, without writing the rest, unless finish() was called.
+  ~sound_track();
 
   void picture(bool from_main);
-  // The video ended after `frames` pictures: writes the rest.
+  // The video ended after `frames` pictures: returns once the rest is written.
   void finish(uint64_t frames);
 
 private:
+  void run();
   void pass_on();
+  void raise_failure();
 
-  ns_audio::audio_splicer splicer;
+  ns_audio::audio_splicer splicer;  // the thread's alone once it runs
   writer write;
   std::vector<float> chunk;
+
+  std::mutex lock;
+  std::condition_variable wake;
+  std::vector<bool> told;         // pictures not yet taken by the thread
+  std::optional<uint64_t> end;    // the video's frame count, once it ended
+  bool stop = false;
+  std::exception_ptr failure;
+  std::thread worker;  // last: starts once everything above is ready
 };
 
 // The sound as a media output's second stream, encoded as `encoder` says
