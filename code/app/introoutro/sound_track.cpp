@@ -47,9 +47,9 @@ auto guarded(const audio_options& audio, const message_sink& warn, Open open) ->
 
 }  // namespace
 
-std::optional<ns_audio::audio_format> output_sound_format(const std::vector<job_input>& inputs,
-                                                          const audio_options& audio, const message_sink& note,
-                                                          const message_sink& warn) {
+sound_plan plan_sound(const std::vector<job_input>& inputs, const audio_options& audio, const message_sink& note,
+                      const message_sink& warn) {
+  sound_plan plan;
   std::optional<ns_audio::audio_format> main;
   std::vector<std::optional<ns_audio::audio_format>> clips;
   for (const job_input* i : in_order(inputs)) {
@@ -59,21 +59,21 @@ std::optional<ns_audio::audio_format> output_sound_format(const std::vector<job_
     } else if (!i->sound_from.empty()) {
       own = guarded(audio, warn, [i] { return ns_audio::probe_audio(i->sound_from); });
     }
+    plan.pieces.push_back({i->info.role, own ? i->sound_from : ""});
     (i->info.role == role::main ? main : clips.emplace_back()) = own;
   }
-  return ns_audio::choose_output_format(main, clips);
+  plan.format = ns_audio::choose_output_format(main, clips);
+  return plan;
 }
 
 namespace {
 
-std::vector<ns_audio::piece> open_pieces(const std::vector<job_input>& inputs, const ns_audio::audio_format& format,
+std::vector<ns_audio::piece> open_pieces(const sound_plan& plan, const ns_audio::audio_format& format,
                                          const audio_options& audio, const message_sink& warn) {
   std::vector<ns_audio::piece> pieces;
-  for (const job_input* i : in_order(inputs)) {
-    ns_audio::piece p{piece_role_of(i->info.role), nullptr};
-    if (!i->sound_from.empty() && i->sound_from != "-") {
-      p.sound = guarded(audio, warn, [&] { return ns_audio::open_audio(i->sound_from, format); });
-    }
+  for (const sound_plan::source& source : plan.pieces) {
+    ns_audio::piece p{piece_role_of(source.r), nullptr};
+    if (!source.path.empty()) p.sound = guarded(audio, warn, [&] { return ns_audio::open_audio(source.path, format); });
     pieces.push_back(std::move(p));
   }
   return pieces;
@@ -81,9 +81,9 @@ std::vector<ns_audio::piece> open_pieces(const std::vector<job_input>& inputs, c
 
 }  // namespace
 
-sound_track::sound_track(const std::vector<job_input>& inputs, const ns_audio::audio_format& format,
+sound_track::sound_track(const sound_plan& plan, const ns_audio::audio_format& format,
                          ns_y4m::ratio video_rate, const audio_options& audio, const message_sink& warn, writer write)
-    : splicer(format, {video_rate.num, video_rate.den}, open_pieces(inputs, format, audio, warn),
+    : splicer(format, {video_rate.num, video_rate.den}, open_pieces(plan, format, audio, warn),
               {audio.join_fade_ms, audio.ignore_errors, warn}),
       write(std::move(write)),
       chunk(chunk_frames * format.channels()),
@@ -159,11 +159,11 @@ namespace {
 
 class encoded_sound final : public ns_media::companion_stream {
 public:
-  encoded_sound(ns_media::media_sink& sink, const std::vector<job_input>& inputs, const ns_audio::audio_format& format,
+  encoded_sound(ns_media::media_sink& sink, const sound_plan& plan, const ns_audio::audio_format& format,
                 const ns_y4m::ratio rate, const audio_options& audio, const encoder_options& settings,
                 const message_sink& warn)
       : encoder(format.sample_rate, format.channel_mask, {settings.audio_codec, settings.audio_bitrate}, sink.muxer()),
-        track(inputs, format, rate, audio, warn, [this](const float* s, size_t n) { encoder.write(s, n); }) {}
+        track(plan, format, rate, audio, warn, [this](const float* s, size_t n) { encoder.write(s, n); }) {}
 
   void after_picture(const KX::RPtr<KX::ZM::RFrame>& frame) override { track.picture(is_main_frame(*frame)); }
   void at_end(uint64_t pictures) override {
@@ -178,17 +178,17 @@ private:
 
 }  // namespace
 
-void add_sound_stream(ns_media::media_sink& sink, const std::vector<job_input>& inputs,
+void add_sound_stream(ns_media::media_sink& sink, const sound_plan& plan,
                       const ns_audio::audio_format& format, ns_y4m::ratio video_rate, const audio_options& audio,
                       const encoder_options& encoder, const message_sink& warn) {
-  sink.add_companion(std::make_unique<encoded_sound>(sink, inputs, format, video_rate, audio, encoder, warn));
+  sink.add_companion(std::make_unique<encoded_sound>(sink, plan, format, video_rate, audio, encoder, warn));
 }
 
-sound_file::sound_file(const std::string& path, const std::vector<job_input>& inputs,
+sound_file::sound_file(const std::string& path, const sound_plan& plan,
                        const ns_audio::audio_format& format, ns_y4m::ratio video_rate, const audio_options& audio,
                        const message_sink& warn)
     : wav(path, format, ns_audio::wav_sample::pcm24),
-      track(inputs, format, video_rate, audio, warn, [this](const float* s, size_t n) { wav.write(s, n); }) {}
+      track(plan, format, video_rate, audio, warn, [this](const float* s, size_t n) { wav.write(s, n); }) {}
 
 void sound_file::see(const KX::ZM::RFrame& frame) { track.picture(is_main_frame(frame)); }
 

@@ -27,13 +27,22 @@ namespace ns_introoutro {
 
 using message_sink = std::function<void(const std::string&)>;
 
-// The format of the joined sound, none when no input has sound. An input read from
-// standard input has none (it cannot be opened a second time for its sound), said
-// through `note`. A file whose sound cannot be read throws ns_audio::audio_error
-// naming it, unless audio.ignore_errors (then `warn` and it is silent).
-std::optional<ns_audio::audio_format> output_sound_format(const std::vector<job_input>& inputs,
-                                                          const audio_options& audio, const message_sink& note,
-                                                          const message_sink& warn);
+// Where each piece's sound comes from, and the format they are joined in.
+struct sound_plan {
+  struct source {
+    role r;
+    std::string path;  // "": the piece is silent
+  };
+  std::vector<source> pieces;  // in output order
+  std::optional<ns_audio::audio_format> format;  // none: no input has sound
+};
+
+// The plan for `inputs`. An input read from standard input is silent (it cannot be
+// opened a second time for its sound), said through `note`. A file whose sound
+// cannot be read throws ns_audio::audio_error naming it, unless audio.ignore_errors
+// (then it is said through `warn`, once, and the piece is silent).
+sound_plan plan_sound(const std::vector<job_input>& inputs, const audio_options& audio, const message_sink& note,
+                      const message_sink& warn);
 
 class sound_track {
 public:
@@ -41,7 +50,7 @@ public:
 
   // Opens every input's sound in `format`; `write` takes the joined samples, on the
   // track's own thread.
-  sound_track(const std::vector<job_input>& inputs, const ns_audio::audio_format& format, ns_y4m::ratio video_rate,
+  sound_track(const sound_plan& plan, const ns_audio::audio_format& format, ns_y4m::ratio video_rate,
               const audio_options& audio, const message_sink& warn, writer write);
   // Stops the thread, without writing the rest, unless finish() was called.
   ~sound_track();
@@ -70,7 +79,7 @@ private:
 
 // The sound as a media output's second stream, encoded as `encoder` says
 // (--acodec, --abitrate), driven by the sink. Before the graph starts.
-void add_sound_stream(ns_media::media_sink& sink, const std::vector<job_input>& inputs,
+void add_sound_stream(ns_media::media_sink& sink, const sound_plan& plan,
                       const ns_audio::audio_format& format, ns_y4m::ratio video_rate, const audio_options& audio,
                       const encoder_options& encoder, const message_sink& warn);
 
@@ -78,7 +87,7 @@ void add_sound_stream(ns_media::media_sink& sink, const std::vector<job_input>& 
 // finish() after the video's end.
 class sound_file {
 public:
-  sound_file(const std::string& path, const std::vector<job_input>& inputs, const ns_audio::audio_format& format,
+  sound_file(const std::string& path, const sound_plan& plan, const ns_audio::audio_format& format,
              ns_y4m::ratio video_rate, const audio_options& audio, const message_sink& warn);
   void see(const KX::ZM::RFrame& frame);
   void finish(uint64_t frames);

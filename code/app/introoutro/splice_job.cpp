@@ -64,22 +64,24 @@ void write_preview(const std::string& path, const join_tap& tap, const ns_y4m::s
 
 void print_note(const std::string& text) { std::fprintf(stderr, "introoutro: %s\n", text.c_str()); }
 
-// The joined sound's format; none when there is no sound to write. A Y4M output
-// holds pictures only: its sound goes to --audio-out (silence when no input has
-// any), and without that option the user is told once that it was not written.
-std::optional<ns_audio::audio_format> sound_to_write(const std::vector<job_input>& inputs,
-                                                     const job_settings& settings) {
-  if (!settings.audio.enabled) return std::nullopt;
+// Where the sound comes from and its format; no format when there is no sound to
+// write. A Y4M output holds pictures only: its sound goes to --audio-out (silence
+// when no input has any), and without that option the user is told once that it was
+// not written.
+sound_plan sound_to_write(const std::vector<job_input>& inputs, const job_settings& settings) {
+  if (!settings.audio.enabled) return {};
   const message_sink note = settings.quiet ? message_sink([](const std::string&) {}) : message_sink(print_note);
   const message_sink warn_one = [](const std::string& w) { warn({w}); };
-  std::optional<ns_audio::audio_format> format = output_sound_format(inputs, settings.audio, note, warn_one);
-  if (!ns_media::writes_y4m(settings.output)) return format;
-  if (!settings.audio.wav_output.empty()) return format.value_or(ns_audio::default_format());
-  if (format) {
+  sound_plan plan = plan_sound(inputs, settings.audio, note, warn_one);
+  if (!ns_media::writes_y4m(settings.output)) return plan;
+  if (!settings.audio.wav_output.empty()) {
+    plan.format = plan.format.value_or(ns_audio::default_format());
+  } else if (plan.format) {
     warn({"the sound of the inputs is not written: a YUV4MPEG2 output holds pictures only (--audio-out FILE.wav "
           "writes it beside, --no-audio leaves it out without this warning)"});
+    plan.format.reset();
   }
-  return std::nullopt;
+  return plan;
 }
 
 }  // namespace
@@ -95,11 +97,11 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
   plugin_loader plugin(settings.plugin);
   join_tap tap;
   {
-    const std::optional<ns_audio::audio_format> sound = sound_to_write(inputs, settings);
+    const sound_plan sound = sound_to_write(inputs, settings);
     const message_sink warn_one = [](const std::string& w) { warn({w}); };
     std::unique_ptr<sound_file> wav;
-    if (sound && ns_media::writes_y4m(settings.output)) {
-      wav = std::make_unique<sound_file>(settings.audio.wav_output, inputs, *sound, main.header.rate, settings.audio,
+    if (sound.format && ns_media::writes_y4m(settings.output)) {
+      wav = std::make_unique<sound_file>(settings.audio.wav_output, sound, *sound.format, main.header.rate, settings.audio,
                                          warn_one);
     }
     ns_y4m::output_sink::frame_tap see;
@@ -111,8 +113,8 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
     }
     const KX::RPtr<ns_y4m::output_sink> sink = make_output_sink(settings.output, main.header, settings.encoder, see);
     const std::string output_name = sink->name();
-    if (sound && !wav) {
-      add_sound_stream(dynamic_cast<ns_media::media_sink&>(*sink), inputs, *sound, main.header.rate, settings.audio,
+    if (sound.format && !wav) {
+      add_sound_stream(dynamic_cast<ns_media::media_sink&>(*sink), sound, *sound.format, main.header.rate, settings.audio,
                        settings.encoder, warn_one);
     }
 

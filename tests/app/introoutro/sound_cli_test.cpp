@@ -283,7 +283,7 @@ TEST_F(SoundFiles, UndecodableSoundFailsTheJobUnlessIgnored) {
   r = run(ignoring);
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_THAT(r.err, HasSubstr("warning: " + at("broken.nut") + ": audio stream #1: cannot decode mp3 audio"));
-  EXPECT_THAT(r.err, HasSubstr("that piece goes on without sound"));
+  EXPECT_EQ(r.err.find("goes on without sound"), r.err.rfind("goes on without sound"));
   const stream_facts f = facts_of(out("b.mkv"));
   const std::vector<double> x = sound_of(out("b.mkv"), f);
   ASSERT_EQ(x.size(), static_cast<uint64_t>(std::llround(f.video_packets * 1001.0 / 30000 * rate)));
