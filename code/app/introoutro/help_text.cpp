@@ -44,7 +44,8 @@ variable frame rate is made constant at its average (both said once on
 standard error). The two kinds mix freely. Time codes start at the container's
 start time code when it has one. A clip that is scaled or converted to another
 rate needs an even width and height. FILE may be '-': standard input (for one
-input; an mp4 or mov whose index is at its end cannot be read from a pipe).
+input, its pictures only; an mp4 or mov whose index is at its end cannot be
+read from a pipe).
 
 Output: the name's extension chooses the container and its default encoder:
 .y4m, '-' (standard output) or no extension: raw YUV4MPEG2; .mp4 H.264 (libx264,
@@ -97,20 +98,28 @@ Output:
   --bitrate RATE       video bits per second instead of --crf (8M, 2500k)
 
 Sound:
-  Each input's first audio stream is resampled to the main source's rate and
-  channel layout (48 kHz stereo when only a clip has sound) and joined so that
-  each piece's sound ends exactly where its pictures end; a clip without sound
-  gives silence of its length.
+  Each media input's first audio stream is decoded, resampled and remixed to
+  the main source's rate and channel layout (48 kHz stereo when only a clip
+  has sound) and joined in step with the pictures: each piece's sound ends at
+  the sample where its last picture ends (frames x frame period, on one clock,
+  so joins never drift), cut or padded with silence; a clip without sound
+  gives silence of its length; the main source's sound keeps its offset from
+  its first picture. A media output gets it as a second stream; a Y4M output
+  holds pictures only and says so once unless --audio-out or --no-audio is
+  given. No input with sound: no sound. An input read from '-' gives no sound
+  (a pipe cannot be read twice; said once, unless -q). Sound that cannot be
+  decoded fails the job, naming the file and stream.
   --acodec NAME        the audio encoder instead of the container's default
                        (AAC for mp4, 24-bit PCM for mov and mxf, FLAC for mkv)
-  --abitrate RATE      audio bits per second (192k)
+  --abitrate RATE      audio bits per second for lossy encoders (192k)
   --no-audio           write no sound
-  --audio-out FILE.wav the sound beside a Y4M output, which holds none
+  --audio-out FILE.wav the sound beside a Y4M output as a 24-bit WAV file
+                       (silence when no input has sound)
   --join-fade MS       fade the sound out and in over MS milliseconds at each
                        join (default 0, up to 10000), so a cut does not click
   --ignore-audio-errors
-                       go on without the sound of an input whose audio cannot
-                       be decoded (otherwise the job fails)
+                       go on with silence for an input whose sound cannot be
+                       decoded, with a warning (otherwise the job fails)
 
 Running:
   --queue-frames N     frames each queue between the stages holds (default 8,

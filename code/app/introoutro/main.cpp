@@ -11,6 +11,10 @@
 #include "introoutro/splice_job.h"
 #include "base/CException.h"
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -25,7 +29,7 @@ std::vector<job_input> demo_inputs() {
   std::vector<job_input> inputs;
   for (const demo_clip& clip : demo_clips()) {
     inputs.push_back({{clip.role, std::string("the demo ") + role_name(clip.role), clip.header(), clip.frames, true},
-                      new demo_source(clip)});
+                      new demo_source(clip), ""});
   }
   return inputs;
 }
@@ -42,7 +46,7 @@ void claim_outputs(const options& o, output_files& outputs) {
 void run(const options& o, output_files& outputs, interrupt_watch& interrupts) {
   claim_outputs(o, outputs);
   job_settings settings{o.output, o.preview, o.plugin.empty() ? default_plugin_path() : o.plugin, o.matte, o.fit,
-                        o.queue_frames, o.quiet, &interrupts, o.encoder};
+                        o.queue_frames, o.quiet, &interrupts, o.encoder, o.audio};
   if (o.command == command::demo) {
     run_splice(demo_inputs(), settings);
     if (!o.quiet && o.output != "-") std::fprintf(stderr, "introoutro: the demo splice is in %s\n", o.output.c_str());
@@ -65,6 +69,9 @@ constexpr std::chrono::milliseconds interrupt_grace(500);
 
 int main(int argc, char** argv) {
   prepare_picture_memory();
+  // Our messages name the file, the stream and the frame; FFmpeg's own chatter
+  // would only repeat them less clearly.
+  av_log_set_level(AV_LOG_FATAL);
   // A closed pipe on standard output is reported as an error (EPIPE), not a silent death.
   std::signal(SIGPIPE, SIG_IGN);
   options o;

@@ -7,19 +7,11 @@
 #include "io/y4m_sink.h"
 #include "io/y4m_source.h"
 
-extern "C" {
-#include <libavutil/log.h>
-}
-
 #include <cstdio>
 
 namespace ns_introoutro {
 
 namespace {
-
-// Our messages name the file and the frame; FFmpeg's own chatter would only repeat
-// them less clearly.
-void quiet_ffmpeg() { av_log_set_level(AV_LOG_FATAL); }
 
 [[noreturn]] void fail(const std::string& message) {
   KX::CException::raise(__LINE__, __FILE__, "ns_introoutro::open_inputs", "%s", message.c_str());
@@ -34,7 +26,6 @@ struct opened {
 }  // namespace
 
 std::vector<job_input> open_inputs(const std::vector<input_request>& requests, bool quiet) {
-  quiet_ffmpeg();
   std::vector<opened> all;
   for (const input_request& r : requests) {
     opened o{&r, nullptr, nullptr};
@@ -67,7 +58,7 @@ std::vector<job_input> open_inputs(const std::vector<input_request>& requests, b
         info.frames = count->frames;
         info.frames_exact = count->exact;
       }
-      inputs.push_back({std::move(info), new ns_y4m::y4m_source(std::move(o.y4m), std::move(matte), role_name(r))});
+      inputs.push_back({std::move(info), new ns_y4m::y4m_source(std::move(o.y4m), std::move(matte), role_name(r)), ""});
       continue;
     }
     input_info info{r, o.media->name(), {}, std::nullopt, true};
@@ -78,7 +69,7 @@ std::vector<job_input> open_inputs(const std::vector<input_request>& requests, b
     KX::RPtr<ns_media::media_source> source(
         new ns_media::media_source(std::move(o.media), target, role_name(r), notice));
     info.header = source->header();
-    inputs.push_back({std::move(info), source});
+    inputs.push_back({std::move(info), source, o.request->pictures});
   }
   return inputs;
 }
@@ -88,7 +79,6 @@ KX::RPtr<ns_y4m::output_sink> make_output_sink(const std::string& path, const ns
   if (ns_media::writes_y4m(path)) {
     return new ns_y4m::y4m_sink(std::make_unique<ns_y4m::y4m_writer>(path), header, std::move(tap));
   }
-  quiet_ffmpeg();
   const ns_media::encoder_settings settings{encoder.video_codec, encoder.crf, encoder.preset, encoder.video_bitrate};
   return new ns_media::media_sink(path, header, settings, std::move(tap));
 }

@@ -26,9 +26,8 @@ void check_common(const options& o) {
   if (!o.audio.enabled && !o.audio.wav_output.empty()) throw usage_error("--no-audio and --audio-out exclude each other");
   if (o.encoder.crf && o.encoder.video_bitrate) throw usage_error("--crf and --bitrate exclude each other");
   if (o.matte == "-" && o.output == "-") throw usage_error("--matte and -o cannot both be '-' (standard output)");
-  if (o.audio.wav_output == "-" && o.output == "-") {
-    throw usage_error("--audio-out and -o cannot both be '-' (standard output)");
-  }
+  // A WAV file's sizes are written into its header at the end.
+  if (o.audio.wav_output == "-") throw usage_error("--audio-out needs a file, not '-' (standard output)");
 }
 
 void add_file(CLI::App& app, const char* names, std::string& field, const char* what, const char* type = "FILE") {

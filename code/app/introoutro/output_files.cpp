@@ -51,10 +51,14 @@ bool changed(const struct stat& before, const struct stat& now) {
 output_files::~output_files() { discard(); }
 
 void output_files::add(const std::string& what, const std::string& path) {
+  const std::lock_guard<std::mutex> lock(mutex);
   if (!path.empty()) files.push_back({what, path, path});
 }
 
 void output_files::claim(const std::vector<std::string>& inputs) {
+  // A signal can discard() from the watcher thread while the files are still being
+  // claimed: it then waits, and removes what the claim created.
+  const std::lock_guard<std::mutex> lock(mutex);
   std::vector<identity> read;
   for (const std::string& in : inputs) {
     identity id;

@@ -46,7 +46,7 @@ private:
   };
 
   std::vector<output> files;
-  std::mutex mutex;  // guards settled
+  std::mutex mutex;  // guards files and settled
   bool settled = false;
 };
 

@@ -25,6 +25,9 @@ namespace ns_introoutro {
 struct job_input {
   input_info info;
   KX::RPtr<KX::ZM::RComponent> source;  // writes one queue
+  // The media file its sound is read from: "" for none (a Y4M stream, a demo clip),
+  // "-" for standard input.
+  std::string sound_from;
 };
 
 struct job_settings {
@@ -37,6 +40,7 @@ struct job_settings {
   bool quiet = false;
   interrupt_watch* interrupts = nullptr;  // polled while the graph runs, when set
   encoder_options encoder;  // for a media output
+  audio_options audio;
 };
 
 // Runs to the end. Throws (KX::CException, plan_error, std::runtime_error) with a

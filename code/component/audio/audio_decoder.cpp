@@ -3,6 +3,10 @@
 #include "audio/join_clock.h"
 #include "audio/media_audio.h"
 
+extern "C" {
+#include <libswresample/swresample.h>
+}
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +17,11 @@
 namespace ns_audio {
 
 namespace {
+
+struct resampler_freer {
+  void operator()(SwrContext* s) const noexcept { swr_free(&s); }
+};
+using resampler_ptr = std::unique_ptr<SwrContext, resampler_freer>;
 
 class decoder final : public audio_source {
 public:
@@ -37,10 +46,10 @@ private:
   const audio_format target;
   const std::string label;
   const int64_t lead_samples;
-  av::codec_ptr codec;
-  av::packet_ptr packet{av_packet_alloc()};
-  av::frame_ptr frame{av_frame_alloc()};
-  av::resampler_ptr resampler;
+  ns_media::codec_ptr codec;
+  ns_media::packet_ptr packet = ns_media::make_packet();
+  ns_media::frame_ptr frame = ns_media::make_frame();
+  resampler_ptr resampler;
   int in_rate = 0;
   int in_format = AV_SAMPLE_FMT_NONE;
   uint64_t in_mask = 0;
@@ -58,7 +67,6 @@ decoder::decoder(const std::string& path, media_audio opened, const audio_format
       target(target),
       label(media.where(path)),
       lead_samples(seconds_to_samples(media.lead_num, media.lead_den, target.sample_rate)) {
-  if (!packet || !frame) throw std::bad_alloc();
   AVFormatContext* input = media.input.get();
   for (unsigned i = 0; i < input->nb_streams; ++i) {
     if (static_cast<int>(i) != media.stream) input->streams[i]->discard = AVDISCARD_ALL;
@@ -82,7 +90,7 @@ decoder::decoder(const std::string& path, media_audio opened, const audio_format
 }
 
 void decoder::fail(const std::string& what, int code) const {
-  throw audio_error(label + ": " + what + ": " + av::error_text(code));
+  throw audio_error(label + ": " + what + ": " + ns_media::av_error_text(code));
 }
 
 std::string decoder::cannot_decode(const char* at) const {

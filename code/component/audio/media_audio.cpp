@@ -28,11 +28,11 @@ media_audio open_media_audio(const std::string& path) {
   media_audio m;
   AVFormatContext* raw = nullptr;
   if (const int rc = avformat_open_input(&raw, path.c_str(), nullptr, nullptr); rc < 0) {
-    throw audio_error(path + ": cannot be opened as a media file: " + av::error_text(rc));
+    throw audio_error(path + ": cannot be opened as a media file: " + ns_media::av_error_text(rc));
   }
   m.input.reset(raw);
   if (const int rc = avformat_find_stream_info(raw, nullptr); rc < 0) {
-    throw audio_error(path + ": cannot read its streams: " + av::error_text(rc));
+    throw audio_error(path + ": cannot read its streams: " + ns_media::av_error_text(rc));
   }
   // The first audio stream by number, not FFmpeg's "best" one: the first is the
   // programme's sound.

@@ -4,14 +4,14 @@
 // Internal to the decoder and the probe.
 
 #include "audio/audio_format.h"
-#include "audio/av_handles.h"
+#include "io/av_ptr.h"
 
 #include <string>
 
 namespace ns_audio {
 
 struct media_audio {
-  av::input_ptr input;
+  ns_media::input_ptr input;
   int stream = -1;  // -1: the file has no audio stream
   audio_format format;  // the stream's own rate and layout
   // Audio start minus first video stream start, in seconds as a fraction with

@@ -1,6 +1,7 @@
 #pragma once
-// Owning handles for the FFmpeg objects the media components hold, and the text of
-// an FFmpeg error code.
+// Owning handles for the FFmpeg objects the media and sound components hold, and
+// the text of an FFmpeg error code. Its own small library (av_handles), so that the
+// sound library shares it without the picture code.
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -22,9 +23,13 @@ struct packet_deleter {
 struct codec_deleter {
   void operator()(AVCodecContext* c) const noexcept { avcodec_free_context(&c); }
 };
+struct input_closer {
+  void operator()(AVFormatContext* c) const noexcept { avformat_close_input(&c); }
+};
 using frame_ptr = std::unique_ptr<AVFrame, frame_deleter>;
 using packet_ptr = std::unique_ptr<AVPacket, packet_deleter>;
 using codec_ptr = std::unique_ptr<AVCodecContext, codec_deleter>;
+using input_ptr = std::unique_ptr<AVFormatContext, input_closer>;
 
 // Never null: std::bad_alloc when FFmpeg has no memory.
 frame_ptr make_frame();

@@ -2,6 +2,10 @@
 
 #include "base/CException.h"
 
+extern "C" {
+#include <libavutil/opt.h>
+}
+
 #include <algorithm>
 #include <cstdio>
 
@@ -45,6 +49,11 @@ int media_muxer::add_stream(const AVCodecContext& codec) {
     st->avg_frame_rate = codec.framerate;
     st->r_frame_rate = codec.framerate;
     st->sample_aspect_ratio = codec.sample_aspect_ratio;
+  } else if (codec.codec_type == AVMEDIA_TYPE_AUDIO && format->priv_data != nullptr) {
+    // mov and mp4 state the edit lists that trim a sound encoder's priming and
+    // padding in the movie's time scale, milliseconds unless told: on the sample
+    // clock they keep the sound's length to the sample.
+    av_opt_set_int(format->priv_data, "movie_timescale", codec.sample_rate, AV_OPT_SEARCH_CHILDREN);
   }
   time_bases.push_back(codec.time_base);
   ended.push_back(false);

@@ -1,5 +1,6 @@
 #include "io/video_encoder.h"
 
+#include "io/encoder_choice.h"
 #include "io/media_format.h"
 #include "io/picture_converter.h"
 
@@ -15,54 +16,12 @@ namespace ns_media {
 
 namespace {
 
-struct container_default {
-  const char* container;
-  const char* encoder;
-};
 constexpr container_default defaults[] = {
     {"mp4", "libx264"}, {"mov", "prores_ks"}, {"matroska", "ffv1"}, {"mxf", "mpeg2video"}};
 
 constexpr int default_crf = 18;
 constexpr const char* default_preset = "medium";
 constexpr int prores_422_hq = 3;
-
-std::string encoders_for(const media_muxer& mux) {
-  std::string list;
-  void* it = nullptr;
-  while (const AVCodec* c = av_codec_iterate(&it)) {
-    const bool hardware = c->capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID);
-    if (!av_codec_is_encoder(c) || c->type != AVMEDIA_TYPE_VIDEO || hardware || mux.refuses(c->id)) {
-      continue;
-    }
-    list += (list.empty() ? "" : ", ") + std::string(c->name);
-  }
-  return list;
-}
-
-const AVCodec* choose(const encoder_settings& s, const media_muxer& mux) {
-  const std::string container = mux.container().name;
-  std::string name = s.codec;
-  if (name.empty()) {
-    for (const container_default& d : defaults) {
-      if (container == d.container) name = d.encoder;
-    }
-  }
-  const AVCodec* c = name.empty() ? avcodec_find_encoder(mux.container().video_codec)
-                                  : avcodec_find_encoder_by_name(name.c_str());
-  if (c == nullptr && !name.empty()) {
-    // A codec's name ("h264") stands for its first encoder.
-    if (const AVCodecDescriptor* d = avcodec_descriptor_get_by_name(name.c_str())) c = avcodec_find_encoder(d->id);
-  }
-  if (c == nullptr || c->type != AVMEDIA_TYPE_VIDEO) {
-    mux.fail("the video encoder " + (name.empty() ? std::string("for ") + container : name) +
-             " is not available; the " + container + " encoders here are: " + encoders_for(mux));
-  }
-  if (mux.refuses(c->id)) {
-    mux.fail(std::string("the ") + container + " container cannot hold " + avcodec_get_name(c->id) + " (encoder " +
-             c->name + "); its encoders here are: " + encoders_for(mux));
-  }
-  return c;
-}
 
 // The stream's own layout when the encoder takes it, else the nearest planar one it
 // takes (ProRes wants 10-bit 4:2:2).
@@ -85,7 +44,7 @@ bool has_option(AVCodecContext& c, const char* name) {
 
 video_encoder::video_encoder(const ns_y4m::stream_header& h, const encoder_settings& s, media_muxer& mux)
     : mux(mux), packet(make_packet()) {
-  const AVCodec* c = choose(s, mux);
+  const AVCodec* c = choose_encoder(s.codec, AVMEDIA_TYPE_VIDEO, mux, defaults);
   const std::string who = std::string("the encoder ") + c->name;
   codec.reset(avcodec_alloc_context3(c));
   if (!codec) throw std::bad_alloc();

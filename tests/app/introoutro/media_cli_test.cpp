@@ -5,7 +5,7 @@
 
 #include "io/media_decoder.h"
 #include "io/y4m_reader.h"
-#include "run_program.h"
+#include "ffmpeg_files.h"
 #include "y4m_test_files.h"
 
 #include <gmock/gmock.h>
@@ -55,13 +55,11 @@ uint64_t y4m_frames(const std::string& path) {
   return r.frames_read();
 }
 
-class MediaFiles : public ::testing::Test {
+class MediaFiles : public ffmpeg_files<MediaFiles> {
 protected:
   static void SetUpTestSuite() {
-    if (std::system("ffmpeg -version >/dev/null 2>&1") != 0) return;
-    files = new y4m_test::scratch_dir;
+    if (!start()) return;
     const std::string lavfi = "ffmpeg -v error -y -f lavfi -i ";
-    const auto make = [](const std::string& command) { return std::system(command.c_str()) == 0; };
     made = make(lavfi + "testsrc2=s=96x72:r=25:d=1 -c:v libx264 -pix_fmt yuv420p " + at("intro.mp4")) &&
            // The main source: interlaced, 10-bit 4:2:2 ProRes with an aspect and a start time code.
            make(lavfi + "testsrc=s=128x96:r=25:d=1.2 -vf setsar=4/3,setfield=tff -flags +ildct+ilme -c:v prores_ks "
@@ -75,30 +73,7 @@ protected:
            make(lavfi + "testsrc2=s=64x48:r=25:d=0.8 -c:v mpeg2video " + at("mpeg2.mkv")) &&
            make(lavfi + "sine=d=0.2 " + at("sound.wav"));
   }
-  static void TearDownTestSuite() {
-    delete files;
-    files = nullptr;
-  }
-  void SetUp() override {
-    if (files == nullptr) GTEST_SKIP() << "the ffmpeg program is not installed (scripts/install-deps.sh --reference)";
-    ASSERT_TRUE(made) << "ffmpeg could not make the test files";
-  }
-
-  static std::string at(const std::string& name) { return *files / name; }
-  std::string out(const std::string& name) const { return dir / name; }
-
-  run_result run(const std::vector<std::string>& args, run_setup s = {}) {
-    s.stderr_file = dir / "stderr.txt";
-    return run_program(INTROOUTRO_BIN, args, s);
-  }
-
-  static y4m_test::scratch_dir* files;
-  static bool made;
-  y4m_test::scratch_dir dir;
 };
-
-y4m_test::scratch_dir* MediaFiles::files = nullptr;
-bool MediaFiles::made = false;
 
 TEST_F(MediaFiles, EveryContainerAgreesWithTheY4mSplice) {
   const std::vector<std::string> roles = {"--main", at("main.mov"), "--outro", at("outro.mkv")};
