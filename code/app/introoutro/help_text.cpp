@@ -89,8 +89,8 @@ Output:
   --matte FILE         also write the output's alpha as a Cmono Y4M stream of
                        the main source's size, frame for frame: a clip frame's
                        matte scaled to the picture (0 in --fit borders), 255
-                       where a frame has none
-                       ('-': standard output, when -o is a file)
+                       where a frame has none ('-': standard output, when -o
+                       is a file)
   --vcodec NAME        the video encoder instead of the container's default
   --crf N              constant quality, 0 (best) to 63, for encoders that
                        take it (H.264 default 18); not with --bitrate
