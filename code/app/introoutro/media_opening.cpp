@@ -1,11 +1,10 @@
-#include "introoutro/media_inputs.h"
+#include "introoutro/media_opening.h"
 
 #include "base/CException.h"
+#include "introoutro/y4m_inputs.h"
 #include "io/media_sink.h"
 #include "io/media_source.h"
 #include "io/stream_peek.h"
-#include "io/y4m_sink.h"
-#include "io/y4m_source.h"
 
 #include <cstdio>
 
@@ -25,7 +24,7 @@ struct opened {
 
 }  // namespace
 
-std::vector<job_input> open_inputs(const std::vector<input_request>& requests, bool quiet) {
+std::vector<job_input> open_media_inputs(const std::vector<input_request>& requests, bool quiet) {
   std::vector<opened> all;
   for (const input_request& r : requests) {
     opened o{&r, nullptr, nullptr};
@@ -52,13 +51,7 @@ std::vector<job_input> open_inputs(const std::vector<input_request>& requests, b
   for (opened& o : all) {
     const role r = o.request->r;
     if (o.y4m) {
-      auto matte = o.request->matte.empty() ? nullptr : std::make_unique<ns_y4m::y4m_reader>(o.request->matte);
-      input_info info{r, o.y4m->name(), o.y4m->header(), std::nullopt, true};
-      if (const auto count = o.y4m->frames_in_file()) {
-        info.frames = count->frames;
-        info.frames_exact = count->exact;
-      }
-      inputs.push_back({std::move(info), new ns_y4m::y4m_source(std::move(o.y4m), std::move(matte), role_name(r)), ""});
+      inputs.push_back(y4m_input(r, std::move(o.y4m), o.request->matte));
       continue;
     }
     input_info info{r, o.media->name(), {}, std::nullopt, true};
@@ -74,11 +67,8 @@ std::vector<job_input> open_inputs(const std::vector<input_request>& requests, b
   return inputs;
 }
 
-KX::RPtr<ns_y4m::output_sink> make_output_sink(const std::string& path, const ns_y4m::stream_header& header,
-                                               const encoder_options& encoder, ns_y4m::output_sink::frame_tap tap) {
-  if (ns_media::writes_y4m(path)) {
-    return new ns_y4m::y4m_sink(std::make_unique<ns_y4m::y4m_writer>(path), header, std::move(tap));
-  }
+KX::RPtr<ns_y4m::output_sink> make_media_sink(const std::string& path, const ns_y4m::stream_header& header,
+                                              const encoder_options& encoder, ns_y4m::output_sink::frame_tap tap) {
   const ns_media::encoder_settings settings{encoder.video_codec, encoder.crf, encoder.preset, encoder.video_bitrate};
   return new ns_media::media_sink(path, header, settings, std::move(tap));
 }
