@@ -11,10 +11,6 @@
 #include "introoutro/splice_job.h"
 #include "base/CException.h"
 
-extern "C" {
-#include <libavutil/log.h>
-}
-
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -69,9 +65,6 @@ constexpr std::chrono::milliseconds interrupt_grace(500);
 
 int main(int argc, char** argv) {
   prepare_picture_memory();
-  // Our messages name the file, the stream and the frame; FFmpeg's own chatter
-  // would only repeat them less clearly.
-  av_log_set_level(AV_LOG_FATAL);
   // A closed pipe on standard output is reported as an error (EPIPE), not a silent death.
   std::signal(SIGPIPE, SIG_IGN);
   options o;

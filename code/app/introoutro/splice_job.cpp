@@ -5,12 +5,12 @@
 #include "introoutro/input_checks.h"
 #include "introoutro/join_tap.h"
 #include "introoutro/media_inputs.h"
+#include "introoutro/media_module.h"
 #include "introoutro/plugin_loader.h"
 #include "introoutro/png_writer.h"
 #include "introoutro/progress.h"
-#include "introoutro/sound_track.h"
-#include "io/media_sink.h"
 #include "io/frame_clock.h"
+#include "io/output_kind.h"
 #include "zm/ZMGraph.h"
 
 #include <unistd.h>
@@ -62,26 +62,16 @@ void write_preview(const std::string& path, const join_tap& tap, const ns_y4m::s
   write_png(path, render_contact_sheet(tiles, format));
 }
 
-void print_note(const std::string& text) { std::fprintf(stderr, "introoutro: %s\n", text.c_str()); }
-
-// Where the sound comes from and its format; no format when there is no sound to
-// write. A Y4M output holds pictures only: its sound goes to --audio-out (silence
-// when no input has any), and without that option the user is told once that it was
-// not written.
-sound_plan sound_to_write(const std::vector<job_input>& inputs, const job_settings& settings) {
-  if (!settings.audio.enabled) return {};
-  const message_sink note = settings.quiet ? message_sink([](const std::string&) {}) : message_sink(print_note);
-  const message_sink warn_one = [](const std::string& w) { warn({w}); };
-  sound_plan plan = plan_sound(inputs, settings.audio, note, warn_one);
-  if (!ns_media::writes_y4m(settings.output)) return plan;
-  if (!settings.audio.wav_output.empty()) {
-    plan.format = plan.format.value_or(ns_audio::default_format());
-  } else if (plan.format) {
-    warn({"the sound of the inputs is not written: a YUV4MPEG2 output holds pictures only (--audio-out FILE.wav "
-          "writes it beside, --no-audio leaves it out without this warning)"});
-    plan.format.reset();
-  }
-  return plan;
+// The job's sound, from the media module, or none without loading it when nothing
+// could have sound to write: Y4M inputs carry none, and a Y4M output without
+// --audio-out writes none.
+std::unique_ptr<job_sound> sound_to_write(const std::vector<job_input>& inputs, const job_settings& settings,
+                                          ns_y4m::ratio video_rate) {
+  if (!settings.audio.enabled) return nullptr;
+  const bool media_input =
+      std::any_of(inputs.begin(), inputs.end(), [](const job_input& i) { return !i.sound_from.empty(); });
+  if (!media_input && settings.audio.wav_output.empty() && ns_media::writes_y4m(settings.output)) return nullptr;
+  return media_module().make_sound(inputs, settings, video_rate);
 }
 
 }  // namespace
@@ -97,26 +87,18 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
   plugin_loader plugin(settings.plugin);
   join_tap tap;
   {
-    const sound_plan sound = sound_to_write(inputs, settings);
-    const message_sink warn_one = [](const std::string& w) { warn({w}); };
-    std::unique_ptr<sound_file> wav;
-    if (sound.format && ns_media::writes_y4m(settings.output)) {
-      wav = std::make_unique<sound_file>(settings.audio.wav_output, sound, *sound.format, main.header.rate, settings.audio,
-                                         warn_one);
-    }
+    const std::unique_ptr<job_sound> sound = sound_to_write(inputs, settings, main.header.rate);
+    job_sound* const wav = sound && sound->sees_pictures() ? sound.get() : nullptr;
     ns_y4m::output_sink::frame_tap see;
     if (!settings.preview.empty() || wav) {
-      see = [&tap, &wav, preview = !settings.preview.empty()](const KX::RPtr<KX::ZM::RFrame>& f) {
+      see = [&tap, wav, preview = !settings.preview.empty()](const KX::RPtr<KX::ZM::RFrame>& f) {
         if (preview) tap.see(f);
         if (wav) wav->see(*f);
       };
     }
     const KX::RPtr<ns_y4m::output_sink> sink = make_output_sink(settings.output, main.header, settings.encoder, see);
     const std::string output_name = sink->name();
-    if (sound.format && !wav) {
-      add_sound_stream(dynamic_cast<ns_media::media_sink&>(*sink), sound, *sound.format, main.header.rate, settings.audio,
-                       settings.encoder, warn_one);
-    }
+    if (sound) sound->attach(*sink);
 
     KX::RPtr<KX::ZM::RComponentConfiguration> filter_config(new KX::ZM::RComponentConfiguration);
     const std::string format = fourcc_text(ns_y4m::picture_fourcc(main.header.sampling));
@@ -162,7 +144,7 @@ void run_splice(const std::vector<job_input>& inputs, const job_settings& settin
                                std::to_string(put) + " frames were written");
     }
 
-    if (wav) wav->finish(sink->frames_written());
+    if (sound) sound->finish(sink->frames_written());
 
     job_summary summary;
     for (const role r : role_order) {

@@ -13,6 +13,7 @@
 // video) and ends its stream; the file is finished when every stream has ended.
 
 #include "io/media_muxer.h"
+#include "io/output_kind.h"
 #include "io/output_sink.h"
 #include "io/picture_converter.h"
 #include "io/video_encoder.h"
@@ -69,9 +70,5 @@ private:
   std::vector<std::unique_ptr<companion_stream>> companions;
   std::atomic<uint64_t> frames{0};
 };
-
-// True when `path` is written as raw YUV4MPEG2 ("-", a .y4m name, or a name without
-// an extension such as a device) rather than through a media container.
-bool writes_y4m(const std::string& path);
 
 }  // namespace ns_media
